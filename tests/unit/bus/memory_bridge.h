@@ -1,0 +1,106 @@
+// A bridge over plain memory that writes down what passes it.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <iomanip>
+#include <memory>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "base/endian.h"
+#include "bus/imcm_bridge.h"
+
+struct Transfer {
+    char kind; ///< r or w
+    unsigned address;
+    long size;
+
+    bool operator==(const Transfer& other) const
+    {
+        return kind == other.kind && address == other.address && size == other.size;
+    }
+};
+
+inline std::ostream& operator<<(std::ostream& stream, const Transfer& transfer)
+{
+    return stream << transfer.kind << " 0x" << std::hex << transfer.address << std::dec << " "
+                  << transfer.size << " bytes";
+}
+
+/// 64 KiB that wrap at the end. Refuses transfers outside the lock and transfers that the kernel
+/// driver would refuse, and fails the one that it is told to.
+class MemoryBridge final : public mcm::IMcmBridge
+{
+public:
+    void write(std::uint16_t cciAddress, const void* data, long size) override
+    {
+        record('w', cciAddress, size);
+        const auto* bytes = static_cast<const std::uint8_t*>(data);
+        for (long i = 0; i < size; ++i)
+            memory[static_cast<std::uint16_t>(cciAddress + i)] = bytes[i];
+    }
+    void read(std::uint16_t cciAddress, void* data, long size) override
+    {
+        record('r', cciAddress, size);
+        auto* bytes = static_cast<std::uint8_t*>(data);
+        for (long i = 0; i < size; ++i)
+            bytes[i] = memory[static_cast<std::uint16_t>(cciAddress + i)];
+    }
+    void lock() override
+    {
+        if (isLocked)
+            throw std::logic_error("locked twice");
+        isLocked = true;
+        ++lockCount;
+    }
+    void unlock() override { isLocked = false; }
+
+    template <typename T>
+    void put(std::uint16_t address, T value)
+    {
+        GenTLProducer::storeBigEndian(&memory.at(address), value);
+    }
+    void putText(std::uint16_t address, const std::string& text)
+    {
+        std::copy(text.begin(), text.end(), memory.begin() + address);
+    }
+    template <typename T>
+    T get(std::uint16_t address) const
+    {
+        return GenTLProducer::loadBigEndian<T>(&memory.at(address));
+    }
+
+    std::array<std::uint8_t, 0x10000> memory{};
+    std::vector<Transfer> transfers;
+    unsigned failingTransfer = 0; ///< counted from 1; 0 means none
+    unsigned lockCount = 0;
+    bool isLocked = false;
+
+private:
+    void record(char kind, std::uint16_t address, long size)
+    {
+        if (!isLocked)
+            throw std::logic_error("transfer without lock");
+        if (size < 1 || size > 256)
+            throw std::runtime_error("Illegal transfer size requested");
+        transfers.push_back({kind, address, size});
+        if (transfers.size() == failingTransfer)
+            throw std::runtime_error("no answer");
+    }
+};
+
+/// What the callable throws; empty when it throws nothing.
+template <typename Callable>
+std::string errorOf(Callable callable)
+{
+    try {
+        callable();
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+    return {};
+}
