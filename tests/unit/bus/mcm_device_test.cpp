@@ -1,0 +1,301 @@
+#include "bus/mcm_device.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "memory_bridge.h"
+
+namespace
+{
+
+using namespace mcm;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+constexpr std::uint16_t kBlock = 0x2000; ///< CCI address of the register block
+constexpr std::uint16_t kSections = kBlock + 0x140;
+constexpr std::uint16_t kFirmware = kBlock + 0x50;
+
+/// A module with a register block of interface 2.0, both limits 64, and no sections.
+class McmDeviceTest : public testing::Test
+{
+protected:
+    McmDeviceTest()
+    {
+        bridge->put(0x01D8, std::uint64_t{kBlock});
+        bridge->put(kBlock + 0x00, std::uint32_t{0x00020000});
+        bridge->put(kBlock + 0x14, std::uint32_t{64});
+        bridge->put(kBlock + 0x18, std::uint32_t{64});
+        bridge->putText(kFirmware, "p=x/s=r/v=1.2/h=abc");
+    }
+
+    /// Appends a section whose words begin with size, type and format.
+    void addSection(const std::vector<std::uint16_t>& words)
+    {
+        for (std::size_t i = 0; i < words.size(); ++i)
+            bridge->put(static_cast<std::uint16_t>(kSections + listSize + 2 * i), words[i]);
+        listSize += words.front();
+        bridge->put(kBlock + 0x13C, listSize);
+    }
+    std::vector<Transfer> transfersOf(const std::function<void()>& use)
+    {
+        bridge->transfers.clear();
+        use();
+        return bridge->transfers;
+    }
+
+    std::shared_ptr<MemoryBridge> bridge = std::make_shared<MemoryBridge>();
+    std::uint32_t listSize = 0;
+};
+
+TEST_F(McmDeviceTest, OpensInTheToldOrder)
+{
+    const McmDevice device(bridge);
+    EXPECT_THAT(bridge->transfers,
+                ElementsAre(Transfer{'r', 0x01D8, 8}, Transfer{'r', kBlock, 4},
+                            Transfer{'r', kBlock + 0x14, 4}, Transfer{'r', kBlock + 0x18, 4},
+                            Transfer{'r', kFirmware, 64}, Transfer{'r', kFirmware + 64, 64},
+                            Transfer{'r', kFirmware + 128, 64},
+                            Transfer{'r', kFirmware + 192, 44}));
+    EXPECT_EQ(bridge->lockCount, 5U);
+    EXPECT_EQ(device.getFirmwareVersion(), "p=x/s=r/v=1.2/h=abc");
+}
+
+TEST_F(McmDeviceTest, LimitsOfZeroMeanOnePiece)
+{
+    bridge->put(kBlock + 0x14, std::uint32_t{0});
+    bridge->put(kBlock + 0x18, std::uint32_t{0});
+    const McmDevice device(bridge);
+    EXPECT_EQ(bridge->transfers.back(), (Transfer{'r', kFirmware, 236}));
+}
+
+TEST_F(McmDeviceTest, AcceptsInterfaceTwoOnly)
+{
+    const struct {
+        std::uint32_t version;
+        const char* error;
+    } cases[] = {
+        {0x00020000, ""},
+        {0x00020007, ""},
+        {0x00010009, "ZEVO version mismatch, expected 2.0, connected: 1.9"},
+        {0x00030000, "ZEVO version mismatch, expected 2.0, connected: 3.0"},
+        {0xFFFFFFFF, "ZEVO version mismatch, expected 2.0, connected: 65535.65535"},
+    };
+    for (const auto& row : cases) {
+        bridge->put(kBlock, row.version);
+        EXPECT_EQ(errorOf([&] { McmDevice device(bridge); }), row.error);
+    }
+}
+
+TEST_F(McmDeviceTest, FirmwareTextEndsAtNulOrAtItsField)
+{
+    bridge->putText(kFirmware, std::string(236, 'f') + "beyond");
+    EXPECT_EQ(McmDevice(bridge).getFirmwareVersion(), std::string(236, 'f'));
+    bridge->put(kFirmware, std::uint8_t{0});
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(McmDevice(bridge).getFirmwareVersion(), "");
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                HasSubstr("[000000] WARNING: Empty MCM Firmware Version String.\n"));
+}
+
+// Example failure: an open that carries on with a version that it hasn't read.
+TEST_F(McmDeviceTest, FailedTransfersEndTheOpeningButForTheLimits)
+{
+    const struct {
+        unsigned transfer;
+        const char* error;
+        const char* warning;
+    } cases[] = {
+        {1, "no answer", ""},
+        {2, "no answer", ""},
+        {3, "", "WARNING: Could net set maximum write length.\n"},
+        {4, "", "WARNING: Could net set maximum read length.\n"},
+        {5, "no answer", ""},
+        {8, "no answer", ""},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.transfer);
+        bridge->transfers.clear();
+        bridge->failingTransfer = row.transfer;
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(errorOf([&] { McmDevice device(bridge); }), row.error);
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(row.warning));
+        EXPECT_FALSE(bridge->isLocked);
+    }
+}
+
+TEST_F(McmDeviceTest, UnreadableLimitsCountAsNone)
+{
+    bridge->failingTransfer = 4;
+    testing::internal::CaptureStderr();
+    const McmDevice device(bridge);
+    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(bridge->transfers.back(), (Transfer{'r', kFirmware, 236}));
+}
+
+TEST_F(McmDeviceTest, BlockAtTheEndOfTheBusEndsThere)
+{
+    bridge->memory.fill(0);
+    bridge->put(0x01D8, std::uint64_t{0x12340000FF00});
+    bridge->put(0xFF00, std::uint32_t{0x00020000});
+    bridge->putText(0xFF50, "v");
+    const McmDevice device(bridge);
+    EXPECT_EQ(errorOf([&] { device.getI2cDevice(60); }),
+              "Device address 0x13c outside mapped range.\n");
+}
+
+TEST_F(McmDeviceTest, ResetWritesOne)
+{
+    McmDevice device(bridge);
+    EXPECT_THAT(transfersOf([&] { device.resetDevice(); }),
+                ElementsAre(Transfer{'w', kBlock + 0x34, 4}));
+    EXPECT_EQ(bridge->get<std::uint32_t>(kBlock + 0x34), 1U);
+}
+
+TEST_F(McmDeviceTest, BootstrapDeviceSeesTheBusAsItIs)
+{
+    BusDevice device = McmDevice(bridge).getBootstrapDevice();
+    std::uint64_t value = 0;
+    device.read(0x01D8, &value);
+    EXPECT_EQ(value, kBlock);
+    EXPECT_THAT(transfersOf([&] { device.write(0xFFFF, std::uint8_t{1}); }),
+                ElementsAre(Transfer{'w', 0xFFFF, 1}));
+}
+
+TEST_F(McmDeviceTest, FindsTheI2cDeviceByItsAddress)
+{
+    addSection({16, 6, 0x0100, 1, 0x10, 0x5000, 0x100, 0x0000});
+    addSection({22, 6, 0x0100, 2, 0x3C, 0x6000, 0x0FFF, 0x0000, 0x8000, 0x1FFF, 0x1000});
+    BusDevice isp = McmDevice(bridge).getI2cDevice(60);
+    EXPECT_THAT(transfersOf([&] { isp.write(0x0010, std::uint32_t{1}); }),
+                ElementsAre(Transfer{'w', 0x6010, 4}));
+    std::uint32_t value = 0;
+    EXPECT_THAT(transfersOf([&] { isp.read(0x1010, &value); }),
+                ElementsAre(Transfer{'r', 0x8010, 2}, Transfer{'r', 0x8012, 2}));
+}
+
+TEST_F(McmDeviceTest, WalksTheListInTheToldOrder)
+{
+    addSection({8, 9, 0x0100, 0});
+    addSection({16, 6, 0x0100, 1, 0x3C, 0x5000, 0x100, 0x0000});
+    const McmDevice device(bridge);
+    const unsigned first = kSections;
+    const unsigned second = kSections + 8;
+    EXPECT_THAT(transfersOf([&] { device.getI2cDevice(60); }),
+                ElementsAre(Transfer{'r', kBlock + 0x13C, 4}, Transfer{'r', first, 2},
+                            Transfer{'r', first + 2, 2}, Transfer{'r', second, 2},
+                            Transfer{'r', second + 2, 2}, Transfer{'r', second + 4, 2},
+                            Transfer{'r', second + 8, 2}, Transfer{'r', second + 6, 2},
+                            Transfer{'r', second + 10, 2}, Transfer{'r', second + 12, 2},
+                            Transfer{'r', second + 14, 2}));
+}
+
+TEST_F(McmDeviceTest, PassesOverSectionsOfUnknownFormat)
+{
+    addSection({16, 6, 0x0200, 1, 0x3C, 0x5000, 0x100, 0x0000});
+    addSection({16, 6, 0x0107, 1, 0x3C, 0x6000, 0x100, 0x0000});
+    testing::internal::CaptureStderr();
+    BusDevice isp = McmDevice(bridge).getI2cDevice(60);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                HasSubstr("ERROR: Version incompatible, need at least 1.0, connected: 2.0\n"));
+    EXPECT_THAT(transfersOf([&] { isp.write(0, std::uint8_t{1}); }),
+                ElementsAre(Transfer{'w', 0x6000, 1}));
+}
+
+TEST_F(McmDeviceTest, I2cDeviceWithoutEntriesMapsNothing)
+{
+    addSection({10, 6, 0x0100, 0, 0x3C});
+    BusDevice isp = McmDevice(bridge).getI2cDevice(60);
+    EXPECT_EQ(errorOf([&] { isp.write(0, std::uint8_t{1}); }),
+              "Unmapped device address 0x0 requested.");
+}
+
+TEST_F(McmDeviceTest, CountsGenericDevicesFromZero)
+{
+    addSection({10, 0, 0x0100, 0x5000, 0x10});
+    addSection({6, 3, 0x0100});
+    addSection({10, 0, 0x0100, 0x6000, 0x10});
+    const McmDevice device(bridge);
+    BusDevice second = device.getGenericDevice(1);
+    EXPECT_THAT(transfersOf([&] { second.write(0x10, std::uint8_t{1}); }),
+                ElementsAre(Transfer{'w', 0x6010, 1}));
+    EXPECT_EQ(errorOf([&] { device.getGenericDevice(2); }),
+              "Could not find requested MCM section of type 0.");
+}
+
+TEST_F(McmDeviceTest, TriggerDeviceIsItsSection)
+{
+    addSection({6, 3, 0x0100});
+    addSection({30, 7, 0x0100, 0x1234, 0xAAAA, 0xBBBB});
+    TriggerDevice trigger = McmDevice(bridge).getTriggerDevice();
+    EXPECT_EQ(trigger.read(TriggerRegister16::At6), 0x1234);
+    EXPECT_EQ(trigger.read(TriggerRegister32::At8), 0xAAAABBBB);
+    trigger.write(TriggerRegister16::FlagAt20, 1);
+    trigger.write(TriggerRegister32::At24, 7);
+    EXPECT_EQ(bridge->get<std::uint16_t>(kSections + 6 + 20), 1);
+    EXPECT_EQ(bridge->get<std::uint32_t>(kSections + 6 + 24), 7U);
+    const TriggerDevice owner = std::move(trigger);
+    // NOLINTNEXTLINE(bugprone-use-after-move): what this check is about
+    EXPECT_EQ(errorOf([&] { trigger.read(TriggerRegister16::At22); }),
+              "TriggerDevice no longer exists.");
+}
+
+TEST_F(McmDeviceTest, ReportsMissingSections)
+{
+    const McmDevice device(bridge);
+    EXPECT_EQ(errorOf([&] { device.getI2cDevice(60); }),
+              "Could not find requested MCM section of type 6.");
+    EXPECT_EQ(errorOf([&] { device.getTriggerDevice(); }),
+              "Could not find requested MCM section of type 7.");
+    addSection({16, 6, 0x0100, 1, 0x10, 0x5000, 0x100, 0x0000});
+    EXPECT_EQ(errorOf([&] { device.getI2cDevice(60); }),
+              "Could not find requested MCM section of type 6.");
+}
+
+TEST_F(McmDeviceTest, DamagedListsEndAsNotFound)
+{
+    const McmDevice device(bridge);
+    bridge->put(kBlock + 0x13C, std::uint32_t{0xFFFFFFFF});
+    bridge->put(kSections + 2, std::uint16_t{6});
+    bridge->put(kSections + 4, std::uint16_t{0x0100});
+    for (const std::uint16_t size : {0, 1, 5}) {
+        bridge->put(kSections, size);
+        EXPECT_EQ(transfersOf([&] {
+                      EXPECT_EQ(errorOf([&] { device.getI2cDevice(60); }),
+                                "Could not find requested MCM section of type 6.");
+                  }).size(),
+                  3U);
+    }
+}
+
+// A list of endless length over the whole bus: whatever the sizes, a walk stays within one round.
+TEST_F(McmDeviceTest, EveryWalkEnds)
+{
+    bridge->put(0x01D8, std::uint64_t{0});
+    bridge->put(0x0000, std::uint32_t{0x00020000});
+    const McmDevice device(bridge);
+    std::mt19937 random(1);
+    for (int round = 0; round < 50; ++round) {
+        for (std::size_t i = 0x13C; i < bridge->memory.size(); ++i)
+            bridge->memory[i] = static_cast<std::uint8_t>(i % 2 && random() % 8 ? 8 : 0);
+        bridge->put(0x13C, std::uint32_t{0xFFFFFFFF});
+        const auto transfers = transfersOf([&] {
+            EXPECT_EQ(errorOf([&] { device.getTriggerDevice(); }),
+                      "Could not find requested MCM section of type 7.");
+        });
+        EXPECT_LE(transfers.size(), 1 + 2 * 0x10000 / 6U);
+    }
+}
+
+TEST_F(McmDeviceTest, HandleThatWasMovedFromThrows)
+{
+    McmDevice device(bridge);
+    const McmDevice owner = std::move(device);
+    // NOLINTNEXTLINE(bugprone-use-after-move): what this test is about
+    EXPECT_EQ(errorOf([&] { device.resetDevice(); }), "McmDevice no longer exists.");
+    EXPECT_EQ(owner.getFirmwareVersion(), "p=x/s=r/v=1.2/h=abc");
+}
+
+} // namespace
