@@ -1,0 +1,81 @@
+#include "v4l2/files.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "board_files.h"
+#include "v4l2/device_node.h"
+
+namespace V4L2
+{
+namespace
+{
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TEST(ExpandFileNames, GivesTheMatchesInOrder)
+{
+    test::BoardFiles board;
+    for (const char* path : {"/dev/video1", "/dev/video0", "/dev/radio0"})
+        board.Write(path, "");
+    EXPECT_THAT(ExpandFileNames("/dev/video*"), ElementsAre("/dev/video0", "/dev/video1"));
+    EXPECT_THAT(ExpandFileNames("/dev/media*"), IsEmpty());
+}
+
+TEST(ReadFirstLine, EndsAtALineEndOrNul)
+{
+    test::BoardFiles board;
+    const std::string path = "/sys/devices/soc0/soc_id";
+    const struct {
+        std::string content;
+        std::string line;
+    } rows[] = {
+        {"i.MX8MM\n", "i.MX8MM"},
+        {"i.MX8MM", "i.MX8MM"},
+        {"i.MX8MM-lite\nsecond\n", "i.MX8MM-lite"},
+        {" 33 \r\n", " 33 \r"},
+        {std::string("33\0"
+                     "4",
+                     4),
+         "33"},
+        {"\n33\n", ""},
+        {"", ""},
+        {std::string(5000, 'x'), std::string(4096, 'x')},
+    };
+    for (const auto& row : rows) {
+        board.Write(path, row.content);
+        EXPECT_EQ(ReadFirstLine(path), row.line);
+    }
+    EXPECT_EQ(ReadFirstLine("/sys/devices/none"), "");
+    EXPECT_EQ(ReadFirstLine("/sys/devices/soc0"), "") << "a folder";
+}
+
+TEST(ResolveDeviceNode, TakesTheFirstDeviceName)
+{
+    test::BoardFiles board;
+    const struct {
+        std::string uevent;
+        std::string path;
+    } rows[] = {
+        {"MAJOR=81\nMINOR=0\nDEVNAME=video0\n", "/dev/video0"},
+        {"DEVNAME=v4l/by-id/a b\nDEVNAME=video1", "/dev/v4l/by-id/a b"},
+        {"MAJOR=81\n", ""},
+        {" DEVNAME=video0\nXDEVNAME=video0\nDEVNAM", ""},
+        {"DEVNAME=\nDEVNAME=video0\n", ""},
+        {"", ""},
+    };
+    for (const auto& row : rows) {
+        board.Write("/sys/dev/char/81:3/uevent", row.uevent);
+        try {
+            EXPECT_EQ(ResolveDeviceNode(81, 3), row.path);
+        } catch (const std::runtime_error& error) {
+            EXPECT_EQ(row.path, "");
+            EXPECT_STREQ(error.what(), "Could not resolve major:minor (81:3) to device node");
+        }
+    }
+    EXPECT_THROW(ResolveDeviceNode(81, 4), std::runtime_error);
+}
+
+} // namespace
+} // namespace V4L2

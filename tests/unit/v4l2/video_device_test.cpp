@@ -1,0 +1,394 @@
+#include "v4l2/video_device.h"
+
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/fake_capture_node.h"
+#include "v4l2/driver_filter.h"
+#include "v4l2/error.h"
+
+namespace V4L2
+{
+namespace
+{
+
+using test::FakeCaptureNode;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr std::uint32_t kSingle = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
+constexpr std::uint32_t kMulti = V4L2_CAP_VIDEO_CAPTURE_MPLANE | V4L2_CAP_STREAMING;
+
+std::string SystemText(int error)
+{
+    return ": " + std::generic_category().message(error);
+}
+
+/// Code and text of the error that a call ends in; 0 and nothing if there is none.
+template <typename Function>
+std::pair<int, std::string> ErrorOf(Function call)
+{
+    try {
+        call();
+    } catch (const Error& error) {
+        EXPECT_EQ(error.code().category(), std::generic_category());
+        return {error.code().value(), error.what()};
+    }
+    return {};
+}
+
+/// A device on the fake node with an image of 256 bytes.
+std::unique_ptr<VideoDevice> Open(FakeCaptureNode& node)
+{
+    auto device = std::make_unique<VideoDevice>("/dev/video9", node.Calls());
+    v4l2_format format = device->GetFormat();
+    format.fmt.pix.width = 32;
+    format.fmt.pix.height = 4;
+    device->SetFormat(format);
+    return device;
+}
+
+void QueueAll(VideoDevice& device, const std::vector<std::unique_ptr<Buffer>>& buffers)
+{
+    for (const auto& buffer : buffers)
+        device.QueueBuffer(*buffer);
+    device.StreamOn();
+}
+
+TEST(VideoDevice, OpensNonBlockingAndClosesAtTheEnd)
+{
+    FakeCaptureNode node;
+    SystemCalls calls = node.Calls();
+    int openFlags = 0;
+    calls.open = [&, open = calls.open](const char* path, int flags, int mode) {
+        openFlags = flags;
+        EXPECT_STREQ(path, "/dev/video9");
+        EXPECT_EQ(mode, 0);
+        return open(path, flags, mode);
+    };
+    {
+        const VideoDevice device("/dev/video9", calls);
+        EXPECT_EQ(openFlags, O_RDWR | O_NONBLOCK);
+        EXPECT_EQ(device.GetCapabilities(), kSingle);
+        EXPECT_EQ(device.GetDriverName(), "fake");
+        EXPECT_EQ(node.openDescriptors, 1);
+    }
+    EXPECT_EQ(node.openDescriptors, 0);
+}
+
+TEST(VideoDevice, RefusedNodeIsClosedAgain)
+{
+    constexpr std::uint32_t kStreaming = V4L2_CAP_STREAMING;
+    const struct {
+        unsigned failingCall;
+        int error;
+        std::uint32_t capabilities;
+        std::string words;
+    } rows[] = {
+        {1, ENOENT, kSingle, "Failed to open device /dev/video9"},
+        {2, EINVAL, kSingle, "/dev/video9 is no V4L2 device"},
+        {2, ENOTTY, kSingle, "VIDIOC_QUERYCAP failed for /dev/video9"},
+        {2, EINTR, kSingle, "VIDIOC_QUERYCAP failed for /dev/video9"},
+        {0, EINVAL, kStreaming, "/dev/video9 is no video capture device"},
+        {0, EINVAL, kStreaming | V4L2_CAP_VIDEO_OUTPUT, "/dev/video9 is no video capture device"},
+        {0, EINVAL, kStreaming | V4L2_CAP_VIDEO_M2M, "/dev/video9 is no video capture device"},
+        {0, EINVAL, V4L2_CAP_VIDEO_CAPTURE, "/dev/video9 does not support streaming I/O"},
+    };
+    for (const auto& row : rows) {
+        FakeCaptureNode node;
+        node.capabilities = row.capabilities;
+        node.FailCall(row.failingCall, row.error);
+        const auto [code, text] = ErrorOf([&] { VideoDevice("/dev/video9", node.Calls()); });
+        EXPECT_EQ(code, row.error) << row.words;
+        EXPECT_EQ(text, row.words + SystemText(row.error));
+        EXPECT_EQ(node.openDescriptors, 0) << row.words;
+    }
+}
+
+TEST(VideoDevice, CapabilitiesDecideTheBufferType)
+{
+    const struct {
+        std::uint32_t capabilities;
+        int type;
+    } rows[] = {
+        {kSingle, V4L2_BUF_TYPE_VIDEO_CAPTURE},
+        {kMulti, V4L2_BUF_TYPE_VIDEO_CAPTURE_MPLANE},
+        {kSingle | V4L2_CAP_VIDEO_OUTPUT_MPLANE, V4L2_BUF_TYPE_VIDEO_CAPTURE_MPLANE},
+        {kSingle | V4L2_CAP_VIDEO_M2M_MPLANE, V4L2_BUF_TYPE_VIDEO_CAPTURE_MPLANE},
+        {kSingle | V4L2_CAP_VIDEO_OUTPUT, V4L2_BUF_TYPE_VIDEO_CAPTURE},
+    };
+    for (const auto& row : rows) {
+        FakeCaptureNode node;
+        node.capabilities = row.capabilities;
+        std::vector<int> types;
+        const auto noteType = [&](void* type) {
+            return types.push_back(*static_cast<int*>(type)), 0;
+        };
+        node.handlers[VIDIOC_STREAMON] = noteType;
+        node.handlers[VIDIOC_STREAMOFF] = noteType;
+        VideoDevice device("/dev/video9", node.Calls());
+        device.StreamOn();
+        device.StreamOff();
+        types.push_back(static_cast<int>(device.GetFormat().type));
+        EXPECT_THAT(types, ElementsAre(row.type, row.type, row.type));
+    }
+}
+
+TEST(VideoDevice, DriverNameNeedsNoEnd)
+{
+    FakeCaptureNode node;
+    node.driver = "sixteen-letters!";
+    EXPECT_EQ(VideoDevice("/dev/video9", node.Calls()).GetDriverName(), node.driver);
+}
+
+TEST(VideoDevice, FailuresNameTheOperation)
+{
+    using Call = void (*)(VideoDevice&, Buffer&);
+    const struct {
+        Call call;
+        std::string words;
+    } rows[] = {
+        {[](VideoDevice& d, Buffer&) { d.StreamOn(); }, "Failed to start stream"},
+        {[](VideoDevice& d, Buffer&) { d.StreamOff(); }, "Failed to turn off stream"},
+        {[](VideoDevice& d, Buffer&) { d.GetFormat(); }, "Failed to get capture image format"},
+        {[](VideoDevice& d, Buffer&) {
+             v4l2_format f{};
+             d.SetFormat(f);
+         },
+         "Failed to set capture image format"},
+        {[](VideoDevice& d, Buffer& b) { d.QueueBuffer(b); }, "Failed to queue buffer 1"},
+        {[](VideoDevice& d, Buffer&) { d.SetControl(9963776, -5); },
+         "Failed to set control with ID 9963776 to value -5"},
+        {[](VideoDevice& d, Buffer&) { d.DequeueBuffer(); }, "VIDIOC_DQBUF failed"},
+        {[](VideoDevice& d, Buffer&) { d.FindControl("Gain"); }, "Failed to query V4L2 controls"},
+        {[](VideoDevice& d, Buffer&) { d.RequestBuffers(4); }, "VIDIOC_REQBUFS failed"},
+        {[](VideoDevice& d, Buffer&) { d.RequestBuffers(0); }, "VIDIOC_REQBUFS failed"},
+    };
+    for (const auto& row : rows) {
+        FakeCaptureNode node;
+        const auto device = Open(node);
+        const auto buffers = device->RequestBuffers(2);
+        node.FailCall(1, EIO);
+        const auto [code, text] = ErrorOf([&] { row.call(*device, *buffers[1]); });
+        EXPECT_EQ(code, EIO) << row.words;
+        EXPECT_EQ(text, row.words + SystemText(EIO));
+    }
+}
+
+TEST(VideoDevice, NodeWithoutMemoryMappingSaysSo)
+{
+    FakeCaptureNode node;
+    const auto device = Open(node);
+    node.FailCall(1, EINVAL);
+    EXPECT_EQ(ErrorOf([&] { device->RequestBuffers(4); }).second,
+              "Video device does not support memory mapping" + SystemText(EINVAL));
+}
+
+TEST(VideoDevice, MapsWhatTheDriverGrantsAndUnmapsIt)
+{
+    for (const std::uint32_t capabilities : {kSingle, kMulti}) {
+        FakeCaptureNode node;
+        node.capabilities = capabilities;
+        node.mostBuffers = 3;
+        const auto device = Open(node);
+        auto buffers = device->RequestBuffers(4);
+        ASSERT_EQ(buffers.size(), 3u);
+        for (std::uint32_t i = 0; i < 3; ++i) {
+            EXPECT_EQ(buffers[i]->index, i);
+            ASSERT_EQ(buffers[i]->planes.size(), 1u);
+            EXPECT_EQ(buffers[i]->planes[0].length, 256u);
+            EXPECT_EQ(buffers[i]->planes[0].bytesUsed, 0u);
+            std::memset(buffers[i]->planes[0].address, 0x5A, 256);
+        }
+        EXPECT_EQ(node.CountLog("mmap 256 at "), 3u);
+        buffers.clear();
+        EXPECT_EQ(node.mappings, 0);
+        EXPECT_THAT(device->RequestBuffers(0), IsEmpty());
+        EXPECT_EQ(node.GetLog().back(), "REQBUFS 0");
+    }
+}
+
+TEST(VideoDevice, BufferSetUpThatFailsLeavesNothingWithTheKernel)
+{
+    // REQBUFS, then QUERYBUF and mmap of each of the four.
+    for (unsigned nth = 2; nth <= 9; ++nth) {
+        FakeCaptureNode node;
+        const auto device = Open(node);
+        node.FailCall(nth, ENOMEM);
+        const std::string words = nth % 2 == 0 ? "VIDIOC_QUERYBUF failed" : "Mapping memory failed";
+        EXPECT_EQ(ErrorOf([&] { device->RequestBuffers(4); }).second, words + SystemText(ENOMEM));
+        EXPECT_EQ(node.mappings, 0) << nth;
+        EXPECT_EQ(node.GetLog().back(), "REQBUFS 0") << nth;
+        EXPECT_EQ(device->RequestBuffers(4).size(), 4u) << nth;
+    }
+}
+
+TEST(VideoDevice, AbsurdNumbersFromTheDriverAreCut)
+{
+    FakeCaptureNode node;
+    node.capabilities = kMulti;
+    node.planesPerBuffer = 200;
+    node.handlers[VIDIOC_REQBUFS] = [](void* argument) {
+        auto& request = *static_cast<v4l2_requestbuffers*>(argument);
+        return request.count = request.count == 0 ? 7 : 0xFFFFFFF0, 0;
+    };
+    node.handlers[VIDIOC_QUERYBUF] = [](void* argument) {
+        auto& buffer = *static_cast<v4l2_buffer*>(argument);
+        for (std::uint32_t i = 0; i < buffer.length; ++i)
+            buffer.m.planes[i].length = 16;
+        return buffer.length = 200, 0;
+    };
+    VideoDevice device("/dev/video9", node.Calls());
+    const auto buffers = device.RequestBuffers(4);
+    ASSERT_EQ(buffers.size(), 32u);
+    EXPECT_EQ(buffers[31]->planes.size(), 8u);
+    EXPECT_THAT(device.RequestBuffers(0), IsEmpty());
+}
+
+TEST(VideoDevice, BufferWithoutPlanesFails)
+{
+    FakeCaptureNode node;
+    node.capabilities = kMulti;
+    node.planesPerBuffer = 0;
+    VideoDevice device("/dev/video9", node.Calls());
+    EXPECT_EQ(ErrorOf([&] { device.RequestBuffers(2); }).second,
+              "VIDIOC_QUERYBUF failed" + SystemText(EINVAL));
+}
+
+TEST(VideoDevice, QueueingABufferOfNoIndexIsRefused)
+{
+    FakeCaptureNode node;
+    const auto device = Open(node);
+    const auto buffers = device->RequestBuffers(2);
+    Buffer foreign;
+    foreign.index = 2;
+    EXPECT_THROW(device->QueueBuffer(foreign), std::out_of_range);
+}
+
+TEST(VideoDevice, DequeuedBufferTellsItsFrame)
+{
+    for (const std::uint32_t capabilities : {kSingle, kMulti}) {
+        FakeCaptureNode node;
+        node.capabilities = capabilities;
+        const auto device = Open(node);
+        const auto buffers = device->RequestBuffers(2);
+        QueueAll(*device, buffers);
+        EXPECT_EQ(device->DequeueBuffer(), nullptr);
+        node.PushFrame({5, true, 100});
+        node.PushFrame({6});
+        ASSERT_EQ(device->DequeueBuffer(), buffers[0].get());
+        EXPECT_EQ(buffers[0]->sequence, 5u);
+        EXPECT_FALSE(buffers[0]->valid);
+        EXPECT_EQ(buffers[0]->planes[0].bytesUsed, 100u);
+        EXPECT_EQ(buffers[0]->timestamp, 5'000'007'000u);
+        ASSERT_EQ(device->DequeueBuffer(), buffers[1].get());
+        EXPECT_TRUE(buffers[1]->valid);
+        EXPECT_EQ(*static_cast<std::uint8_t*>(buffers[1]->planes[0].address), 6);
+    }
+}
+
+TEST(VideoDevice, MultiPlanarCallsCarryTheirPlanes)
+{
+    FakeCaptureNode node;
+    node.capabilities = kMulti;
+    const auto device = Open(node);
+    const auto buffers = device->RequestBuffers(2);
+    std::vector<std::uint32_t> seen;
+    node.handlers[VIDIOC_QBUF] = [&](void* argument) {
+        const auto& buffer = *static_cast<v4l2_buffer*>(argument);
+        seen = {buffer.type, buffer.memory, buffer.length, buffer.m.planes[0].length};
+        return 0;
+    };
+    node.handlers[VIDIOC_DQBUF] = [&](void* argument) {
+        auto& buffer = *static_cast<v4l2_buffer*>(argument);
+        EXPECT_EQ(buffer.length, 8u);
+        return buffer.length = 4'000'000, 0;
+    };
+    device->QueueBuffer(*buffers[0]);
+    EXPECT_THAT(seen, ElementsAre(V4L2_BUF_TYPE_VIDEO_CAPTURE_MPLANE, V4L2_MEMORY_MMAP, 1, 256));
+    EXPECT_EQ(device->DequeueBuffer(), buffers[0].get());
+}
+
+TEST(VideoDevice, DequeueOfAnIndexBeyondTheBuffersTellsTheHighest)
+{
+    FakeCaptureNode node;
+    const auto device = Open(node);
+    const auto buffers = device->RequestBuffers(2);
+    QueueAll(*device, buffers);
+    node.PushFrame({1, false, 0, 2});
+    try {
+        device->DequeueBuffer();
+        ADD_FAILURE() << "index 2 of 2 buffers was taken";
+    } catch (const GrabBufferIndexError& error) {
+        EXPECT_EQ(error.GetHighestValidIndex(), 1u);
+        EXPECT_EQ(error.what(), "Got unexpected buffer index 2" + SystemText(ERANGE));
+    }
+}
+
+TEST(VideoDevice, DequeueOfABufferNotQueuedGivesNothing)
+{
+    FakeCaptureNode node;
+    const auto device = Open(node);
+    const auto buffers = device->RequestBuffers(3);
+    device->QueueBuffer(*buffers[0]);
+    device->QueueBuffer(*buffers[1]);
+    device->StreamOn();
+    node.PushFrame({9, true, 1, 2});
+    EXPECT_EQ(device->DequeueBuffer(), nullptr);
+    EXPECT_EQ(buffers[2]->sequence, 0u);
+}
+
+TEST(VideoDevice, FindsEnabledControlsByTheirWholeName)
+{
+    const struct Control {
+        std::uint32_t id;
+        std::uint32_t flags;
+        char name[33];
+    } controls[] = {
+        {0x00980001, 0, "User Controls"},
+        {0x00980913, V4L2_CTRL_FLAG_DISABLED, "Low Latency Mode"},
+        {0x00980914, 0, "Low Latency Mode"},
+        {0x00980915, V4L2_CTRL_FLAG_DISABLED, "Gain"},
+        {0x00980916, 0, "thirty-two characters of a name!"},
+    };
+    FakeCaptureNode node;
+    node.handlers[VIDIOC_QUERYCTRL] = [&](void* argument) {
+        auto& query = *static_cast<v4l2_queryctrl*>(argument);
+        for (const Control& control : controls) {
+            if ((query.id & V4L2_CTRL_FLAG_NEXT_CTRL) == 0 || control.id <= (query.id & 0x0FFFFFFF))
+                continue;
+            query.id = control.id;
+            query.flags = control.flags;
+            std::memcpy(query.name, control.name, sizeof query.name);
+            return 0;
+        }
+        return EINVAL;
+    };
+    VideoDevice device("/dev/video9", node.Calls());
+    EXPECT_EQ(device.FindControl("Low Latency Mode"), 0x00980914u);
+    EXPECT_EQ(device.FindControl("thirty-two characters of a name!"), 0x00980916u);
+    for (const char* absent : {"Low Latency", "Low Latency Mode ", "Gain", ""})
+        EXPECT_EQ(device.FindControl(absent), std::nullopt) << absent;
+}
+
+TEST(VideoDevice, ControlsWithoutEndEndTheSearch)
+{
+    FakeCaptureNode node;
+    node.handlers[VIDIOC_QUERYCTRL] = [](void*) { return 0; };
+    EXPECT_EQ(VideoDevice("/dev/video9", node.Calls()).FindControl("Gain"), std::nullopt);
+}
+
+TEST(FilterByDriverName, NodesThatCantBeOpenedHaveNoName)
+{
+    const std::vector<std::string> paths = {"/nowhere/video0", "/dev/null"};
+    EXPECT_THAT(FilterByDriverName(paths, "mx6s-csi"), IsEmpty());
+    EXPECT_EQ(FilterByDriverName(paths, ""), paths);
+}
+
+} // namespace
+} // namespace V4L2
