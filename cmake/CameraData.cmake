@@ -1,0 +1,102 @@
+# Checks and reads the data of the camera's ISP that a build is given. Errors name file and line.
+set(ZEVO_FIRMWARE_IMAGE_SIZE 76144)
+
+# Stops unless the file can be the firmware image.
+function(zevo_check_firmware_image file)
+    if(NOT EXISTS ${file} OR IS_DIRECTORY ${file})
+        message(FATAL_ERROR "${file}: no such firmware image (ZEVO_FIRMWARE_IMAGE)")
+    endif()
+    file(SIZE ${file} size)
+    if(NOT size EQUAL ZEVO_FIRMWARE_IMAGE_SIZE)
+        message(FATAL_ERROR "${file}: the firmware image has ${size} bytes; "
+            "it must have ${ZEVO_FIRMWARE_IMAGE_SIZE} (ZEVO_FIRMWARE_IMAGE)")
+    endif()
+endfunction()
+
+# Writes an image that stands in for the firmware: text that tells what it is, then its own
+# offset every 16 bytes, so that a part that is missing or in the wrong place shows.
+function(zevo_write_stand_in_image file)
+    string(CONCAT image
+        "This is not the firmware of an AP1302.\n"
+        "It stands in for the image that this build was not given. A simulated\n"
+        "board boots from it, a camera does not.\n")
+    string(LENGTH "${image}" offset)
+    math(EXPR padding "(16 - ${offset} % 16) % 16")
+    string(REPEAT "\n" ${padding} line)
+    string(APPEND image "${line}")
+    math(EXPR offset "${offset} + ${padding}")
+    while(offset LESS ZEVO_FIRMWARE_IMAGE_SIZE)
+        math(EXPR hex "0x1000000 + ${offset}" OUTPUT_FORMAT HEXADECIMAL)
+        string(SUBSTRING ${hex} 3 6 hex)
+        string(APPEND image "stand-in ${hex}\n")
+        math(EXPR offset "${offset} + 16")
+    endwhile()
+    file(WRITE ${file} "${image}")
+endfunction()
+
+# Reads a PLL table (data/README.md tells its format) and gives its rows as C++ initialisers.
+function(zevo_read_pll_table file rows_out)
+    if(NOT EXISTS ${file} OR IS_DIRECTORY ${file})
+        message(FATAL_ERROR "${file}: no such PLL table (ZEVO_PLL_TABLE)")
+    endif()
+    file(READ ${file} text)
+    # What means something in a list of CMake's can't stand in a row.
+    string(REGEX REPLACE "[][;\\]" "?" text "${text}")
+    string(REGEX REPLACE "\r?\n" ";|" lines "|${text}")
+
+    set(rows "")
+    set(number 0)
+    set(last_rate -1)
+    foreach(line IN LISTS lines)
+        math(EXPR number "${number} + 1")
+        string(REGEX REPLACE "^\\||#.*$" "" line "${line}")
+        string(STRIP "${line}" line)
+        if(line STREQUAL "")
+            continue()
+        endif()
+        zevo_read_pll_row("${line}" "${file}:${number}" rate row)
+        if(NOT rate GREATER last_rate)
+            message(FATAL_ERROR "${file}:${number}: lane rate ${rate} behind ${last_rate}; "
+                "the rows must ascend (ZEVO_PLL_TABLE)")
+        endif()
+        set(last_rate ${rate})
+        string(APPEND rows "${row}\n")
+    endforeach()
+    if(rows STREQUAL "")
+        message(FATAL_ERROR "${file}:${number}: a PLL table without a row (ZEVO_PLL_TABLE)")
+    endif()
+    set(${rows_out} "${rows}" PARENT_SCOPE)
+endfunction()
+
+# One row: three numbers, then twelve words of eight hexadecimal digits.
+function(zevo_read_pll_row line place rate_out row_out)
+    string(REGEX REPLACE "[ \t]+" ";" columns "${line}")
+    list(LENGTH columns count)
+    if(NOT count EQUAL 15)
+        message(FATAL_ERROR "${place}: ${count} columns; a row has 15 (ZEVO_PLL_TABLE)")
+    endif()
+    set(row "")
+    set(index 0)
+    foreach(column IN LISTS columns)
+        string(LENGTH "${column}" length)
+        if(index LESS 3)
+            if(NOT column MATCHES "^[0-9]+(\\.[0-9]+)?$" OR length GREATER 16)
+                message(FATAL_ERROR "${place}: \"${column}\" is not a number (ZEVO_PLL_TABLE)")
+            endif()
+            # Without a fraction a leading zero would make the literal an octal number.
+            string(REGEX REPLACE "^([0-9]+)$" "\\1.0" column "${column}")
+            list(APPEND row "${column}")
+        else()
+            if(NOT column MATCHES "^[0-9A-Fa-f]+$" OR NOT length EQUAL 8)
+                message(FATAL_ERROR "${place}: \"${column}\" is not a word of eight hexadecimal "
+                    "digits (ZEVO_PLL_TABLE)")
+            endif()
+            list(APPEND row "0x${column}")
+        endif()
+        math(EXPR index "${index} + 1")
+    endforeach()
+    list(GET columns 0 rate)
+    list(JOIN row ", " row)
+    set(${rate_out} ${rate} PARENT_SCOPE)
+    set(${row_out} "{${row}}," PARENT_SCOPE)
+endfunction()
