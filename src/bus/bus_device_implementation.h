@@ -29,6 +29,8 @@ public:
     }
     BusDeviceImplementation(const BusDeviceImplementation&) = default;
     BusDeviceImplementation& operator=(const BusDeviceImplementation&) = default;
+    BusDeviceImplementation(BusDeviceImplementation&&) noexcept = default;
+    BusDeviceImplementation& operator=(BusDeviceImplementation&&) noexcept = default;
     virtual ~BusDeviceImplementation() = default;
 
     /// A second entry with the same device address changes nothing.
@@ -67,5 +69,14 @@ private:
     ChunkedConnection connection_;
     std::set<MappingEntry, ByDeviceAddress> mapping_;
 };
+
+extern template void BusDeviceImplementation::write(DeviceAddress, std::uint8_t) const;
+extern template void BusDeviceImplementation::write(DeviceAddress, std::uint16_t) const;
+extern template void BusDeviceImplementation::write(DeviceAddress, std::uint32_t) const;
+extern template void BusDeviceImplementation::write(DeviceAddress, std::uint64_t) const;
+extern template std::uint8_t BusDeviceImplementation::read(DeviceAddress) const;
+extern template std::uint16_t BusDeviceImplementation::read(DeviceAddress) const;
+extern template std::uint32_t BusDeviceImplementation::read(DeviceAddress) const;
+extern template std::uint64_t BusDeviceImplementation::read(DeviceAddress) const;
 
 } // namespace mcm

@@ -13,14 +13,14 @@ FakeNode* g_node = nullptr;
 
 }
 
-FakeNode::FakeNode(Answer answer) : answer_(std::move(answer))
+FakeNode::FakeNode(Answer answer) : answer_(std::move(answer)), outer_(g_node)
 {
     g_node = this;
 }
 
 FakeNode::~FakeNode()
 {
-    g_node = nullptr;
+    g_node = outer_;
 }
 
 int fail(int error)

@@ -4,7 +4,8 @@
 #include <functional>
 #include <vector>
 
-/// While it lives, ioctl on any descriptor runs the given function instead of the system call.
+/// While it lives, ioctl on any descriptor runs the given function instead of the system call,
+/// or instead of the one before it.
 class FakeNode final
 {
 public:
@@ -21,6 +22,7 @@ private:
     friend int answerIoctl(unsigned long request, void* argument);
 
     Answer answer_;
+    FakeNode* outer_;
 };
 
 /// For an Answer: sets errno and gives -1.
