@@ -1,0 +1,273 @@
+#include "module/isp_firmware.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "../bus/memory_bridge.h"
+#include "module/pll_table.h"
+#include "simulated_module.h"
+
+namespace
+{
+
+using namespace mcm;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+constexpr std::uint16_t kStage = 0x6002;
+constexpr std::uint16_t kChecksum = 0x6134;
+
+class IspFirmwareTest : public testing::Test
+{
+protected:
+    void TearDown() override
+    {
+        ::unsetenv("ISP_LANE_DATARATE");
+        ::unsetenv("ISP_LANE_FREQUENCY");
+    }
+
+    bool load(SimulatedModule& module, double rateMbps = 1200.0)
+    {
+        IspSensor isp(module.controlDevice()->getI2cDevice(60));
+        module.camera.ClearTransfers();
+        CsiConfiguration csi{};
+        csi.laneDataRateBps = static_cast<std::uint64_t>(rateMbps * 1e6);
+        return IspFirmware::loadIspFirmware(isp, csi, module.clock);
+    }
+};
+
+zevo_sim::CameraOptions running()
+{
+    zevo_sim::CameraOptions options;
+    options.isRunning = true;
+    return options;
+}
+
+std::string word(std::uint32_t value)
+{
+    char text[9];
+    std::snprintf(text, sizeof text, "%08x", value);
+    return text;
+}
+
+TEST_F(IspFirmwareTest, BootsThroughItsStagesInOrder)
+{
+    SimulatedModule module;
+    EXPECT_TRUE(load(module, 300.0));
+    const PllRow& row = *findPllRow(pllTable(), 300.0F);
+    EXPECT_THAT(module.takeIspTransfers(),
+                ElementsAre("r 0000", "r 0004", "r 0042", "r 6002", "r 6134", "w 6134 0000",
+                            "w 6002 0001", "r 6002", "w 6024 00300000", "w 602c " + word(row.pll0),
+                            "w 6038 " + word(row.pll1), "w 2050 " + word(row.cpu),
+                            "w 2054 " + word(row.ipipe), "w 2058 " + word(row.sinf),
+                            "w 205c " + word(row.hinf), "w 2064 " + word(row.hinfMipi),
+                            "w 2068 " + word(row.ip), "w 206c 0000007c",
+                            "w 2070 " + word(row.priSensor), "w 2074 " + word(row.secSensor),
+                            "w 6002 0002", "r 6002", "w 6002 ffff", "r 6002", "r 6134"));
+    EXPECT_EQ(module.camera.PeekIsp16(kChecksum), 0xE3C8);
+    EXPECT_THAT(module.clock.sleeps, ElementsAre());
+}
+
+TEST_F(IspFirmwareTest, SendsTheImageThroughTheWindow)
+{
+    SimulatedModule module;
+    load(module);
+    std::vector<std::pair<std::size_t, std::size_t>> pieces; // offset in the window, size
+    std::vector<std::uint8_t> sent;
+    for (const zevo_sim::Transfer& transfer : module.camera.Transfers()) {
+        const auto address = zevo_sim::IspAddress(transfer.cciAddress).value_or(0);
+        if (address < 0x8000 || address >= 0xA000)
+            continue;
+        pieces.emplace_back(address - 0x8000U, transfer.bytes.size());
+        sent.insert(sent.end(), transfer.bytes.begin(), transfer.bytes.end());
+    }
+    EXPECT_TRUE(
+        std::equal(sent.begin(), sent.end(), firmwareImage().begin(), firmwareImage().end()));
+
+    std::vector<std::pair<std::size_t, std::size_t>> expected;
+    std::size_t offset = 0;
+    for (const std::size_t chunk :
+         {996, 7196, 8192, 8192, 8192, 8192, 8192, 8192, 8192, 8192, 2416})
+        for (std::size_t rest = chunk; rest > 0;) {
+            const std::size_t size = std::min<std::size_t>(rest, 256);
+            expected.emplace_back(offset % 8192, size);
+            offset += size;
+            rest -= size;
+        }
+    EXPECT_EQ(pieces, expected);
+}
+
+TEST_F(IspFirmwareTest, BootsThroughTheControlForm)
+{
+    zevo_sim::CameraOptions options;
+    options.form = zevo_sim::RequestForm::Controls;
+    SimulatedModule module(options);
+    EXPECT_TRUE(load(module));
+}
+
+TEST_F(IspFirmwareTest, LeavesRunningFirmwareAlone)
+{
+    SimulatedModule module(running());
+    EXPECT_FALSE(load(module));
+    EXPECT_THAT(module.takeIspTransfers(),
+                ElementsAre("r 0000", "r 0004", "r 0042", "r 6002", "r 6134"));
+}
+
+TEST_F(IspFirmwareTest, BootedIspIsFoundRunning)
+{
+    SimulatedModule module;
+    EXPECT_TRUE(load(module));
+    EXPECT_FALSE(load(module));
+}
+
+TEST_F(IspFirmwareTest, RefusesAnIspThatCannotTakeAnUpload)
+{
+    const struct {
+        bool isRunning;
+        std::uint16_t address, value;
+        const char* error;
+    } cases[] = {
+        {false, 0x0000, 0x0264, "unknown ISP device"},
+        {false, 0x0004, 7, "unknown ISP device"},
+        {true, 0x0004, 7, "unknown ISP device"},
+        {true, kChecksum, 0xE3C9, "ISP can't receive bootdata -- reset required"},
+        {true, 0x0042, 0, "ISP can't receive bootdata -- reset required"},
+        {true, kStage, 1, "ISP can't receive bootdata -- reset required"},
+        {false, kStage, 1, "ISP can't receive bootdata -- reset required"},
+        {false, kStage, 0xFFFF, "ISP can't receive bootdata -- reset required"},
+    };
+    for (const auto& row : cases) {
+        SimulatedModule module(row.isRunning ? running() : zevo_sim::CameraOptions{});
+        module.camera.PokeIsp16(row.address, row.value);
+        EXPECT_EQ(errorOf([&] { load(module); }), row.error);
+        EXPECT_THAT(module.camera.IspWrites(), ElementsAre());
+    }
+}
+
+TEST_F(IspFirmwareTest, WaitsForSlowStagesAndChecksum)
+{
+    zevo_sim::CameraOptions options;
+    options.misbehaviour.stageReads = 500;
+    options.misbehaviour.checksumReads = 100;
+    SimulatedModule module(options);
+    EXPECT_TRUE(load(module));
+    EXPECT_EQ(module.clock.sleeps,
+              std::vector<IClock::Duration>(100, std::chrono::milliseconds(10)));
+}
+
+TEST_F(IspFirmwareTest, GivesUpOnAStageAfterTwoSeconds)
+{
+    zevo_sim::CameraOptions options;
+    options.misbehaviour.stageReads = 1'000'000;
+    SimulatedModule module(options);
+    EXPECT_EQ(errorOf([&] { load(module); }), "ISP firmware upload boot stage timeout");
+    EXPECT_NEAR(module.clock.seconds(), 2.0, 0.01);
+    EXPECT_THAT(module.clock.sleeps, ElementsAre());
+}
+
+TEST_F(IspFirmwareTest, GivesUpOnTheChecksumAfterTwoSeconds)
+{
+    zevo_sim::CameraOptions options;
+    options.misbehaviour.isChecksumWrong = true;
+    SimulatedModule module(options);
+    const std::string error = errorOf([&] { load(module); });
+    char expected[80];
+    std::snprintf(expected, sizeof expected,
+                  "ISP firmware checksum mismatch or timed out: 0x%x != 0xe3c8",
+                  module.camera.PeekIsp16(kChecksum));
+    EXPECT_EQ(error, expected);
+    EXPECT_NEAR(module.clock.seconds(), 2.0, 0.03);
+}
+
+TEST_F(IspFirmwareTest, RefusesLaneRatesBeforeAnyTransfer)
+{
+    constexpr char kHigh[] = "Choosen lane datarate is too high (1200.500000Mbps). "
+                             "Supported maximum is 1200.000000Mbps";
+    constexpr char kLow[] = "Choosen lane datarate is too low (79.500000Mbps). "
+                            "Supported minimum is 80.000000Mbps";
+    constexpr char kNone[] = "Choosen lane datarate is too low (0.000000Mbps). "
+                             "Supported minimum is 80.000000Mbps";
+    constexpr char kNan[] = "Unsupported lane datarate (nanMbps). "
+                            "Supported range is 80.000000Mbps..1200.000000Mbps.";
+    constexpr char kObsolete[] = "ISP_LANE_FREQUENCY is obsolete. Please use ISP_LANE_DATARATE";
+    const struct {
+        double rate;
+        const char *user, *frequency, *error;
+    } cases[] = {
+        {1200.5, nullptr, nullptr, kHigh}, {79.5, nullptr, nullptr, kLow},
+        {1200, "1200.5", nullptr, kHigh},  {1200, "79.5Mbps", nullptr, kLow},
+        {1200, "", nullptr, kNone},        {1200, "fast", nullptr, kNone},
+        {1200, "nan", nullptr, kNan},      {1200, nullptr, "", kObsolete},
+        {1200, "1200", "600", kObsolete},
+    };
+    for (const auto& row : cases) {
+        if (row.user)
+            ::setenv("ISP_LANE_DATARATE", row.user, 1);
+        if (row.frequency)
+            ::setenv("ISP_LANE_FREQUENCY", row.frequency, 1);
+        SimulatedModule module;
+        EXPECT_EQ(errorOf([&] { load(module, row.rate); }), row.error);
+        EXPECT_THAT(module.camera.Transfers(), ElementsAre());
+        TearDown();
+    }
+}
+
+TEST_F(IspFirmwareTest, UserSuppliedRateOutranksTheDriver)
+{
+    ::setenv("ISP_LANE_DATARATE", " 80.25", 1);
+    SimulatedModule module;
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(load(module, 1200.0));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                AllOf(HasSubstr("[000000] NOTICE: UserSupplied-Lane-Datarate(Mbps): 80.25\n"),
+                      HasSubstr("[000000] NOTICE: Actual-Lane-Datarate(Mbps): 80\n")));
+    EXPECT_EQ(module.camera.PeekIsp32(0x602C), pllTable()[0].pll0);
+}
+
+TEST_F(IspFirmwareTest, LogsTheBoot)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    ::setenv("MCM_TRACE_LEVEL_CONSOLE", "6", 1);
+    const auto boot = [this] {
+        SimulatedModule module;
+        load(module, 1200.0);
+        load(module, 1200.0);
+        std::exit(0);
+    };
+    EXPECT_EXIT(
+        boot(), testing::ExitedWithCode(0),
+        AllOf(HasSubstr("[000001] INFO: Expected-Lane-Datarate(Mbps): 1200\n"),
+              HasSubstr("[000001] INFO: Min-Lane-Datarate(Mbps): 80\n"),
+              HasSubstr("[000001] INFO: Max-Lane-Datarate(Mbps): 1200\n"),
+              HasSubstr("[000001] INFO: Actual-Lane-Datarate(Mbps): 1200\n"),
+              HasSubstr("[000001] INFO: CHIP_VERSION_REG:       0x265\n"),
+              HasSubstr("[000001] INFO: MANUFACTURER_ID:        0x6\n"),
+              HasSubstr("[000001] INFO: FW_ID:                  0x0\n"),
+              HasSubstr("[000001] INFO: BOOTDATA_STAGE:         0x0\n"),
+              HasSubstr("[000001] INFO: BOOTDATA_CHECKSUM:      0xe3c8\n"),
+              HasSubstr("[000001] INFO: Csi::SetPll for 1200Mbps\n"),
+              HasSubstr("[000001] INFO: Firmware upload time: "),
+              HasSubstr("[000001] INFO: ISP firmware already running -- skipping upload\n")));
+    ::unsetenv("MCM_TRACE_LEVEL_CONSOLE");
+}
+
+TEST(PllTable, GivesTheRowAtOrBelowTheRate)
+{
+    PllRow rows[3]{};
+    rows[0].laneRateMbps = 80.0;
+    rows[1].laneRateMbps = 600.1;
+    rows[2].laneRateMbps = 1200.0;
+    const struct {
+        float rate;
+        const PllRow* row;
+    } cases[] = {
+        {79.9F, nullptr},    {80.0F, &rows[0]},   {600.0F, &rows[0]},  {600.1F, &rows[1]},
+        {1199.9F, &rows[1]}, {1200.0F, &rows[2]}, {5000.0F, &rows[2]}, {NAN, nullptr},
+    };
+    for (const auto& row : cases)
+        EXPECT_EQ(findPllRow(rows, row.rate), row.row) << row.rate;
+}
+
+} // namespace
