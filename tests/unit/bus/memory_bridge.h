@@ -87,6 +87,8 @@ private:
             throw std::logic_error("transfer without lock");
         if (size < 1 || size > 256)
             throw std::runtime_error("Illegal transfer size requested");
+        if (transfers.size() > 100'000)
+            throw std::logic_error("transfers without end");
         transfers.push_back({kind, address, size});
         if (transfers.size() == failingTransfer)
             throw std::runtime_error("no answer");
