@@ -7,6 +7,8 @@
 #include "bus/bus_device.h"
 #include "module/isp_register.h"
 
+#undef CTRL // of <sys/ttydefaults.h>, which other headers bring along
+
 namespace mcm
 {
 
