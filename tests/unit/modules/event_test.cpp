@@ -1,0 +1,199 @@
+#include <cstring>
+#include <thread>
+
+#include <boost/make_shared.hpp>
+#include <gtest/gtest.h>
+
+#include "modules/generic/event_new_buffer.h"
+#include "modules/generic/event_nodemap_delivered.h"
+#include "modules/generic/handle_registry.h"
+
+namespace GenTLProducer
+{
+
+namespace
+{
+
+constexpr std::uint32_t kMarker = 0x84F29E31;
+
+class DeviceEvent : public testing::Test
+{
+protected:
+    void SetUp() override { ASSERT_EQ(event_->OpenEvent(), GC_ERR_SUCCESS); }
+    void TearDown() override
+    {
+        event_->Close();
+        HandleRegistry::Destroy();
+    }
+
+    GC_ERROR take(std::uint64_t timeoutMs = 0)
+    {
+        size_ = sizeof record_;
+        return event_->GetData(record_, &size_, timeoutMs);
+    }
+
+    void push(std::uint32_t value) { event_->Push(0x1234, &value, sizeof value); }
+
+    std::size_t numberOf(std::int32_t command)
+    {
+        std::uint64_t number = 0;
+        std::size_t size = sizeof number;
+        INFO_DATATYPE type = 0;
+        EXPECT_EQ(event_->GetInfo(command, &type, &number, &size), GC_ERR_SUCCESS);
+        return number;
+    }
+
+    boost::shared_ptr<CNodemapDeliveredEvent> event_ =
+        boost::make_shared<CNodemapDeliveredEvent>(4);
+    std::uint32_t record_[4] = {};
+    std::size_t size_ = 0;
+};
+
+} // namespace
+
+TEST_F(DeviceEvent, DeliversRecordsInOrderAndWaitsWhenThereAreNone)
+{
+    EXPECT_EQ(take(), GC_ERR_TIMEOUT);
+    push(1);
+    push(2);
+    EXPECT_EQ(numberOf(EVENT_NUM_IN_QUEUE), 2u);
+    ASSERT_EQ(take(), GC_ERR_SUCCESS);
+    EXPECT_EQ(size_, 12u);
+    EXPECT_EQ(record_[0], kMarker);
+    EXPECT_EQ(record_[1], 0x1234u);
+    EXPECT_EQ(record_[2], 1u);
+    ASSERT_EQ(take(GENTL_INFINITE), GC_ERR_SUCCESS);
+    EXPECT_EQ(record_[2], 2u);
+    EXPECT_EQ(take(), GC_ERR_TIMEOUT);
+    EXPECT_EQ(numberOf(EVENT_NUM_FIRED), 4u) << "counted when pushed and when delivered";
+}
+
+TEST_F(DeviceEvent, AskingForTheSizeOrWithTooLittleRoomLeavesTheRecord)
+{
+    push(7);
+    std::size_t size = 0;
+    EXPECT_EQ(event_->GetData(nullptr, &size, 0), GC_ERR_SUCCESS);
+    EXPECT_EQ(size, 12u);
+    size = 11;
+    EXPECT_EQ(event_->GetData(record_, &size, 0), GC_ERR_BUFFER_TOO_SMALL);
+    EXPECT_EQ(numberOf(EVENT_NUM_IN_QUEUE), 1u);
+    EXPECT_EQ(take(), GC_ERR_SUCCESS);
+    const std::uint64_t large = 1;
+    event_->Push(1, &large, sizeof large);
+    EXPECT_EQ(take(), GC_ERR_TIMEOUT) << "a payload above the largest is dropped";
+}
+
+TEST_F(DeviceEvent, EachKillAbortsOneWaitAheadOfData)
+{
+    push(1);
+    event_->Kill();
+    event_->Kill();
+    EXPECT_EQ(take(), GC_ERR_ABORT);
+    EXPECT_EQ(take(), GC_ERR_ABORT);
+    EXPECT_EQ(take(), GC_ERR_SUCCESS);
+    EXPECT_EQ(take(), GC_ERR_TIMEOUT);
+}
+
+TEST_F(DeviceEvent, FlushForgetsRecordsAndTheirWakeUp)
+{
+    push(1);
+    EXPECT_EQ(event_->Flush(), GC_ERR_SUCCESS);
+    EXPECT_EQ(take(), GC_ERR_TIMEOUT);
+    EXPECT_EQ(numberOf(EVENT_NUM_IN_QUEUE), 0u);
+}
+
+// A waiting thread, a second one in the queue behind it, and a close: both come back.
+TEST_F(DeviceEvent, ClosingSendsWaitingThreadsHome)
+{
+    GC_ERROR first = GC_ERR_SUCCESS;
+    GC_ERROR second = GC_ERR_SUCCESS;
+    const auto wait = [this](GC_ERROR& result) {
+        std::uint32_t record[4];
+        std::size_t size = sizeof record;
+        result = event_->GetData(record, &size, GENTL_INFINITE);
+    };
+    std::thread firstThread(wait, std::ref(first));
+    std::thread secondThread(wait, std::ref(second));
+    event_->Close();
+    firstThread.join();
+    secondThread.join();
+    for (const GC_ERROR result : {first, second})
+        EXPECT_TRUE(result == GC_ERR_ABORT || result == GC_ERR_NOT_INITIALIZED) << result;
+    EXPECT_EQ(take(), GC_ERR_NOT_INITIALIZED);
+    EXPECT_EQ(event_->Kill(), GC_ERR_NOT_INITIALIZED);
+}
+
+TEST_F(DeviceEvent, DataInfoReadsTheRecordThatTheConsumerHolds)
+{
+    const std::uint32_t record[] = {kMarker, 0x1234, 1};
+    const std::uint32_t wrong[] = {1, 0x1234, 1};
+    std::uint64_t answer = 0;
+    INFO_DATATYPE type = 0;
+    const auto ask = [&](const void* data, std::size_t length, std::int32_t command,
+                         std::size_t room) {
+        answer = 0;
+        size_ = room;
+        return event_->GetDataInfo(data, length, command, &type, &answer, &size_);
+    };
+    EXPECT_EQ(ask(record, 12, EVENT_DATA_ID, 8), GC_ERR_SUCCESS);
+    EXPECT_EQ(type, INFO_DATATYPE_INT32);
+    EXPECT_EQ(answer, 0x1234u);
+    EXPECT_EQ(ask(record, 12, EVENT_DATA_NUMID, 8), GC_ERR_SUCCESS);
+    EXPECT_EQ(type, INFO_DATATYPE_UINT64);
+    EXPECT_EQ(ask(record, 12, EVENT_DATA_VALUE, 8), GC_ERR_SUCCESS);
+    EXPECT_EQ(type, INFO_DATATYPE_BUFFER);
+    EXPECT_EQ(size_, 4u);
+    EXPECT_EQ(answer, 1u);
+    EXPECT_EQ(ask(record, 12, EVENT_DATA_VALUE, 3), GC_ERR_BUFFER_TOO_SMALL);
+    EXPECT_EQ(ask(record, 8, EVENT_DATA_VALUE, 0), GC_ERR_SUCCESS) << "an empty payload";
+    EXPECT_EQ(ask(wrong, 12, EVENT_DATA_ID, 8), GC_ERR_INVALID_BUFFER);
+    EXPECT_EQ(ask(record, 4, EVENT_DATA_ID, 8), GC_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(ask(record, 12, 99, 8), GC_ERR_NOT_IMPLEMENTED);
+    EXPECT_EQ(type, INFO_DATATYPE_UNKNOWN);
+    EXPECT_EQ(size_, 0u);
+}
+
+TEST(NewBufferEvent, WithoutAStreamItSaysSo)
+{
+    CEventNewBuffer event;
+    const auto pipe = PipeEvent::Create();
+    PipeEvent* const pipes[] = {pipe.get()};
+    ASSERT_EQ(event.Attach({}, pipes), GC_ERR_SUCCESS);
+    pipe->Signal();
+    EVENT_NEW_BUFFER_DATA data{};
+    std::size_t size = sizeof data;
+    EXPECT_EQ(event.GetData(&data, &size, 0), GC_ERR_NOT_INITIALIZED);
+    EXPECT_EQ(event.Flush(), GC_ERR_NOT_INITIALIZED);
+    INFO_DATATYPE type = 0;
+    EXPECT_EQ(event.GetInfo(EVENT_SIZE_MAX, &type, nullptr, &size), GC_ERR_NOT_INITIALIZED);
+}
+
+TEST(NewBufferEvent, AGapInThePipesRefusesTheRegistration)
+{
+    CEventNewBuffer event;
+    PipeEvent* const gap[] = {nullptr};
+    EXPECT_EQ(event.Attach({}, gap), GC_ERR_ERROR);
+    std::size_t size = 0;
+    EXPECT_EQ(event.GetData(nullptr, &size, 0), GC_ERR_NOT_INITIALIZED);
+}
+
+TEST(NewBufferEvent, DataInfoNeedsBothWordsForTheSecond)
+{
+    CEventNewBuffer event;
+    int marker = 0;
+    const EVENT_NEW_BUFFER_DATA data{reinterpret_cast<void*>(0x16), &marker};
+    void* answer = nullptr;
+    INFO_DATATYPE type = 0;
+    std::size_t size = sizeof answer;
+    EXPECT_EQ(event.GetDataInfo(&data, 8, EVENT_DATA_ID, &type, &answer, &size), GC_ERR_SUCCESS);
+    EXPECT_EQ(answer, reinterpret_cast<void*>(0x16));
+    EXPECT_EQ(event.GetDataInfo(&data, 15, EVENT_DATA_VALUE, &type, &answer, &size),
+              GC_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(event.GetDataInfo(&data, 16, EVENT_DATA_VALUE, &type, &answer, &size),
+              GC_ERR_SUCCESS);
+    EXPECT_EQ(answer, &marker);
+    EXPECT_EQ(event.GetDataInfo(&data, 7, EVENT_DATA_ID, &type, &answer, &size),
+              GC_ERR_INVALID_PARAMETER);
+}
+
+} // namespace GenTLProducer

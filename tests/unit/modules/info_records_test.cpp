@@ -1,0 +1,147 @@
+#include "modules/generic/info_records.h"
+
+#include <array>
+#include <cstring>
+
+#include <boost/make_shared.hpp>
+#include <gtest/gtest.h>
+
+namespace GenTLProducer
+{
+
+namespace
+{
+
+InfoPtr makeDeviceInfo()
+{
+    CDefaultDeviceInfo::Fields fields;
+    fields.identifier = "Tolmen zvK1800-45tqr (0042)";
+    fields.displayName = "left eye (0042)";
+    fields.tlType = "Custom";
+    fields.tlTypeValue = 5;
+    fields.serialNumber = "0042";
+    fields.product = "Vant ZEVO MIPI";
+    return boost::make_shared<CDefaultDeviceInfo>(fields);
+}
+
+InfoPtr makeSystemInfo(const char* path)
+{
+    return boost::make_shared<CDefaultSystemInfo>(CDefaultSystemInfo::Fields{
+        "id", "Tolmen", "zvK1800-45tqr", "2.0.0", "Custom", 6, "display", path});
+}
+
+InfoPtr makeUrlInfo(const char* sha1)
+{
+    CDefaultUrlInfo::Fields fields;
+    fields.sha1 = sha1;
+    fields.fileName = "GenTLSystem.xml";
+    fields.registerAddress = 0x944;
+    fields.fileSize = 0x4AD1;
+    return boost::make_shared<CDefaultUrlInfo>(fields);
+}
+
+} // namespace
+
+// The whole protocol on one string and one number: size query, too small, exact, larger.
+TEST(InfoProtocol, TellsSizesAndCopiesOnlyWhatFits)
+{
+    const InfoPtr info = makeDeviceInfo();
+    INFO_DATATYPE type = 99;
+    std::size_t size = 12345;
+    EXPECT_EQ(info->GetInfo(DEVICE_INFO_SERIAL_NUMBER, &type, nullptr, &size), GC_ERR_SUCCESS);
+    EXPECT_EQ(type, INFO_DATATYPE_STRING);
+    EXPECT_EQ(size, 5u);
+
+    std::array<char, 8> text;
+    text.fill('#');
+    size = 4;
+    EXPECT_EQ(info->GetInfo(DEVICE_INFO_SERIAL_NUMBER, &type, text.data(), &size),
+              GC_ERR_BUFFER_TOO_SMALL);
+    EXPECT_EQ(size, 4u) << "a refusal leaves the size alone";
+    EXPECT_EQ(text[0], '#');
+    size = text.size();
+    EXPECT_EQ(info->GetInfo(DEVICE_INFO_SERIAL_NUMBER, &type, text.data(), &size), GC_ERR_SUCCESS);
+    EXPECT_EQ(size, 5u);
+    EXPECT_STREQ(text.data(), "0042");
+    EXPECT_EQ(text[5], '#');
+
+    std::array<std::uint8_t, 5> status{1, 1, 1, 1, 0xEE};
+    size = 3;
+    EXPECT_EQ(info->GetInfo(DEVICE_INFO_ACCESS_STATUS, &type, status.data(), &size),
+              GC_ERR_BUFFER_TOO_SMALL);
+    size = status.size();
+    EXPECT_EQ(info->GetInfo(DEVICE_INFO_ACCESS_STATUS, &type, status.data(), &size),
+              GC_ERR_SUCCESS);
+    EXPECT_EQ(type, INFO_DATATYPE_INT32);
+    EXPECT_EQ(size, 4u);
+    EXPECT_EQ(status, (std::array<std::uint8_t, 5>{0, 0, 0, 0, 0xEE}));
+}
+
+TEST(InfoProtocol, UnknownCommandsClearTypeAndSize)
+{
+    for (const InfoPtr& info : {makeDeviceInfo(), makeSystemInfo("/x/y.cti"), makeUrlInfo("")}) {
+        INFO_DATATYPE type = 99;
+        std::size_t size = 99;
+        EXPECT_EQ(info->GetInfo(4711, &type, nullptr, &size), GC_ERR_NOT_IMPLEMENTED);
+        EXPECT_EQ(type, INFO_DATATYPE_UNKNOWN);
+        EXPECT_EQ(size, 0u);
+    }
+}
+
+TEST(InfoRecords, TimestampFrequencyIsRefusedWithoutATouch)
+{
+    INFO_DATATYPE type = 99;
+    std::size_t size = 77;
+    EXPECT_EQ(makeDeviceInfo()->GetInfo(DEVICE_INFO_TIMESTAMP_FREQUENCY, &type, nullptr, &size),
+              GC_ERR_NOT_IMPLEMENTED);
+    EXPECT_EQ(type, 99);
+    EXPECT_EQ(size, 77u);
+}
+
+TEST(InfoRecords, HelpersReadPublicAndPrivateCommands)
+{
+    const InfoPtr info = makeDeviceInfo();
+    EXPECT_EQ(ReadInfoString(info, DEVICE_INFO_DISPLAYNAME), "left eye (0042)");
+    EXPECT_EQ(ReadInfoString(info, DEVICE_PRIVATE_INFO_PRODUCT, true), "Vant ZEVO MIPI");
+    EXPECT_EQ(ReadInfoString(info, DEVICE_INFO_ACCESS_STATUS), "") << "a number is no string";
+    EXPECT_EQ(ReadInfoString(nullptr, DEVICE_INFO_ID), "");
+    EXPECT_EQ(ReadInfoInt(info), 5);
+    EXPECT_EQ(ReadInfoInt(makeUrlInfo("")), 0);
+    EXPECT_EQ(ReadInfoString(info->Clone(), DEVICE_INFO_ID), "Tolmen zvK1800-45tqr (0042)");
+}
+
+TEST(InfoRecords, TransportLayerIdIsTheFileNameWithoutAVersion)
+{
+    const struct {
+        const char* path;
+        const char* id;
+        const char* name;
+    } kCases[] = {
+        {"/opt/libx-1.2.cti", "libx.cti", "libx-1.2.cti"},
+        {"/opt/a-b/libx.cti", "libx.cti", "libx.cti"},
+        {"name-2.0.0.cti", "name.cti", "name-2.0.0.cti"},
+        {"a-b-3.cti", "a-b.cti", "a-b-3.cti"},
+        {"x-.cti", "x.cti", "x-.cti"},
+        {"cti-", "cti-", "cti-"},
+        {"", "", ""},
+    };
+    for (const auto& row : kCases) {
+        const InfoPtr info = makeSystemInfo(row.path);
+        EXPECT_EQ(ReadInfoString(info, TL_INFO_ID), row.id) << row.path;
+        EXPECT_EQ(ReadInfoString(info, TL_INFO_NAME), row.name) << row.path;
+    }
+}
+
+TEST(InfoRecords, UrlIsComposedInLowerCaseHexadecimal)
+{
+    const InfoPtr info = makeUrlInfo("0123");
+    EXPECT_STREQ(info->GetId(), "local:///GenTLSystem.xml;944;4ad1");
+    EXPECT_EQ(ReadInfoString(info, URL_INFO_FILE_SHA1_HASH), "0123");
+    INFO_DATATYPE type = 99;
+    std::size_t size = 9;
+    EXPECT_EQ(makeUrlInfo("")->GetInfo(URL_INFO_FILE_SHA1_HASH, &type, nullptr, &size),
+              GC_ERR_NOT_IMPLEMENTED);
+    EXPECT_EQ(type, INFO_DATATYPE_UNKNOWN);
+}
+
+} // namespace GenTLProducer
