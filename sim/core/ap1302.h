@@ -43,6 +43,7 @@ public:
     bool IsStreaming() const;
     /// Frames come only on triggers.
     bool WaitsForTrigger() const;
+    bool HasTrigger() const { return triggers_ != 0; }
     /// Takes one pending trigger, if there is one.
     bool TakeTrigger();
     /// Frames per second, by PREVIEW_MAX_FPS and the sensor's readout time of the region.

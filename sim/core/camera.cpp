@@ -66,7 +66,7 @@ Camera::Camera(CameraOptions options)
       transferControl_(sizeof(RegisterTransfer))
 {
     if (options_.form == RequestForm::Controls)
-        AddControls();
+        AddControls(controls_);
 }
 
 int Camera::Ioctl(unsigned long request, void* argument)
@@ -118,7 +118,7 @@ int Camera::IoctlControls(unsigned long request, void* argument)
     }
 }
 
-void Camera::AddControls()
+void Camera::AddControls(ControlList& controls)
 {
     const auto payload = [](std::uint32_t id, const char* name, std::uint32_t size) {
         Control control{};
@@ -141,21 +141,21 @@ void Camera::AddControls()
         value = static_cast<std::int32_t>(options_.driverVersion.AsWord());
         return 0;
     };
-    controls_.Add(std::move(version));
+    controls.Add(std::move(version));
 
     Control device = payload(kDeviceControl, "Device Information", sizeof(DeviceInformation));
     device.get = [this](std::int32_t&, std::uint8_t* data) {
         FillDeviceInformation(data);
         return 0;
     };
-    controls_.Add(std::move(device));
+    controls.Add(std::move(device));
 
     Control csi = payload(kCsiControl, "CSI Information", sizeof(CsiInformation));
     csi.get = [this](std::int32_t&, std::uint8_t* data) {
         FillCsi(data);
         return 0;
     };
-    controls_.Add(std::move(csi));
+    controls.Add(std::move(csi));
 
     // A write happens at the set, a read at the get that follows its set.
     Control transfer = payload(kTransferControl, "Register Transfer", sizeof(RegisterTransfer));
@@ -184,7 +184,7 @@ void Camera::AddControls()
         std::memcpy(data, &request, sizeof(request));
         return 0;
     };
-    controls_.Add(std::move(transfer));
+    controls.Add(std::move(transfer));
 }
 
 int Camera::RunTransfer(void* transfer, Direction direction)
@@ -374,6 +374,12 @@ bool Camera::IsStreaming() const
 {
     const std::lock_guard lock(mutex_);
     return isp_.IsStreaming();
+}
+
+bool Camera::CanSend() const
+{
+    const std::lock_guard lock(mutex_);
+    return isp_.IsStreaming() && (!isp_.WaitsForTrigger() || isp_.HasTrigger());
 }
 
 double Camera::FrameRate() const

@@ -11,20 +11,15 @@
 #include "sim/core/ap1302.h"
 #include "sim/core/camera_options.h"
 #include "sim/core/controls.h"
+#include "sim/core/frame_source.h"
 #include "sim/core/module_memory.h"
 #include "sim/core/transfer_log.h"
 
 namespace zevo_sim
 {
 
-/// A frame that the ISP has put on the CSI link.
-struct SentFrame {
-    std::uint64_t number; ///< counts the frames of the camera, from 1
-    std::shared_ptr<const PictureSetup> setup;
-};
-
 /// Any thread; every operation locks the camera by itself.
-class Camera final
+class Camera final : public FrameSource
 {
 public:
     explicit Camera(CameraOptions options);
@@ -55,21 +50,22 @@ public:
     /// Transfers since construction, the failed ones included.
     std::uint64_t TransferCount() const;
 
-    // For the capture side.
+    // The link as the capture side sees it. The listener is called behind every transfer that may
+    // have changed what the link carries.
     bool IsStreaming() const;
-    double FrameRate() const;
-    /// The next frame, if the ISP sends one now.
-    std::optional<SentFrame> SendFrame();
-    /// Called behind every transfer that may have changed what the link carries; on the thread of
-    /// the transfer, without the camera's lock. One listener, empty for none.
-    void SetStreamListener(std::function<void()> listener);
+    bool CanSend() const override;
+    std::optional<SentFrame> SendFrame() override;
+    double FrameRate() const override;
+    void SetStreamListener(std::function<void()> listener) override;
+
+    /// Adds the driver's controls of the control form, which then work on this camera.
+    void AddControls(ControlList& controls);
 
     const CameraOptions& Options() const { return options_; }
 
 private:
     int IoctlNative(unsigned long request, void* argument);
     int IoctlControls(unsigned long request, void* argument);
-    void AddControls();
     int Move(std::uint16_t address, std::uint8_t* data, std::size_t size, Direction direction);
     int MoveLocked(std::uint16_t address, std::uint8_t* data, std::size_t size,
                    Direction direction);

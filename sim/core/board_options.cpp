@@ -1,0 +1,180 @@
+#include "sim/core/board_options.h"
+
+#include <charconv>
+#include <stdexcept>
+#include <string_view>
+
+#include "sim/core/board_table.h"
+
+namespace zevo_sim
+{
+
+namespace
+{
+
+constexpr unsigned kMaxCameras = 8;
+constexpr double kMaxFps = 10'000;
+
+[[noreturn]] void Refuse(std::string_view key, std::string_view value, std::string_view expected)
+{
+    std::string text(key);
+    text.append(": \"").append(value).append("\" is not ").append(expected);
+    throw std::invalid_argument(text);
+}
+
+template <typename Number>
+Number ParseNumber(std::string_view key, std::string_view value, Number minimum, Number maximum)
+{
+    Number number{};
+    const char* end = value.data() + value.size();
+    const auto result = std::from_chars(value.data(), end, number);
+    if (result.ec != std::errc() || result.ptr != end || !(number >= minimum) || number > maximum) {
+        std::string expected = "a number from ";
+        char text[32];
+        expected.append(text, std::to_chars(text, text + sizeof(text), minimum).ptr);
+        expected += " to ";
+        expected.append(text, std::to_chars(text, text + sizeof(text), maximum).ptr);
+        Refuse(key, value, expected);
+    }
+    return number;
+}
+
+std::string ParseText(std::string_view key, std::string_view value)
+{
+    constexpr std::size_t longest = 63;
+    if (value.size() > longest)
+        Refuse(key, value, "a text of at most 63 bytes");
+    return std::string(value);
+}
+
+std::string FormatNumber(double number)
+{
+    char text[32];
+    return {text, std::to_chars(text, text + sizeof(text), number).ptr};
+}
+
+void Apply(BoardOptions& options, std::string_view key, std::string_view value)
+{
+    if (key == "board") {
+        options.board = value;
+        if (!FindBoard(options.board.c_str()))
+            Refuse(key, value, "the name of a board");
+    } else if (key == "cameras") {
+        options.cameras = ParseNumber(key, value, 1u, kMaxCameras);
+    } else if (key == "form") {
+        if (value != "native" && value != "controls")
+            Refuse(key, value, "native or controls");
+        options.form = value == "native" ? RequestForm::Native : RequestForm::Controls;
+    } else if (key == "planes") {
+        if (value != "single" && value != "multi")
+            Refuse(key, value, "single or multi");
+        options.isMultiPlanar = value == "multi";
+    } else if (key == "csi-id") {
+        options.csiId = ParseNumber<std::uint32_t>(key, value, 0, 0xFFFFFFFF);
+    } else if (key == "fps") {
+        options.fps = ParseNumber(key, value, 0.0, kMaxFps);
+    } else if (key == "serial") {
+        options.serial = ParseText(key, value);
+    } else if (key == "user-name") {
+        options.userName = ParseText(key, value);
+    } else if (key == "model") {
+        options.model = ParseText(key, value);
+    } else if (key == "lanes") {
+        options.lanes = ParseNumber(key, value, 1u, 4u);
+    } else if (key == "lane-rate") {
+        options.laneRateBps = ParseNumber<std::uint64_t>(key, value, 0, 10'000'000'000);
+    } else if (key == "kmsg") {
+        options.kmsg = value;
+    } else if (key == "scene") {
+        options.scene = value;
+    } else {
+        throw std::invalid_argument("unknown setting \"" + std::string(key) + "\"");
+    }
+}
+
+constexpr std::string_view kEscaped = ";%\n";
+constexpr char kHexDigits[] = "0123456789ABCDEF";
+
+void AppendSetting(std::string& text, std::string_view key, std::string_view value)
+{
+    if (!text.empty())
+        text += ';';
+    text.append(key).append("=");
+    for (const char sign : value) {
+        if (kEscaped.find(sign) == std::string_view::npos) {
+            text += sign;
+            continue;
+        }
+        const auto code = static_cast<unsigned char>(sign);
+        text.append({'%', kHexDigits[code >> 4], kHexDigits[code & 15]});
+    }
+}
+
+std::string Unescape(std::string_view value)
+{
+    std::string text;
+    for (std::size_t i = 0; i < value.size(); ++i) {
+        unsigned code = 0;
+        const char* digits = value.data() + i + 1;
+        if (value[i] == '%' && i + 2 < value.size() &&
+            std::from_chars(digits, digits + 2, code, 16).ptr == digits + 2) {
+            text += static_cast<char>(code);
+            i += 2;
+        } else {
+            text += value[i];
+        }
+    }
+    return text;
+}
+
+} // namespace
+
+std::string BoardOptions::ToText() const
+{
+    std::string text;
+    AppendSetting(text, "board", board);
+    AppendSetting(text, "cameras", std::to_string(cameras));
+    if (form)
+        AppendSetting(text, "form", *form == RequestForm::Native ? "native" : "controls");
+    if (isMultiPlanar)
+        AppendSetting(text, "planes", *isMultiPlanar ? "multi" : "single");
+    if (csiId)
+        AppendSetting(text, "csi-id", std::to_string(*csiId));
+    if (fps)
+        AppendSetting(text, "fps", FormatNumber(*fps));
+    if (serial)
+        AppendSetting(text, "serial", *serial);
+    if (userName)
+        AppendSetting(text, "user-name", *userName);
+    if (model)
+        AppendSetting(text, "model", *model);
+    if (lanes)
+        AppendSetting(text, "lanes", std::to_string(*lanes));
+    if (laneRateBps)
+        AppendSetting(text, "lane-rate", std::to_string(*laneRateBps));
+    if (!kmsg.empty())
+        AppendSetting(text, "kmsg", kmsg);
+    if (!scene.empty())
+        AppendSetting(text, "scene", scene);
+    return text;
+}
+
+BoardOptions BoardOptions::FromText(const std::string& text)
+{
+    BoardOptions options;
+    const std::string_view all(text);
+    for (std::size_t start = 0; start < all.size();) {
+        const std::size_t end = std::min(all.find(';', start), all.size());
+        const std::string_view setting = all.substr(start, end - start);
+        start = end + 1;
+        if (setting.empty())
+            continue;
+        const std::size_t equals = std::min(setting.find('='), setting.size());
+        const std::string value =
+            Unescape(equals < setting.size() ? setting.substr(equals + 1) : std::string_view());
+        Apply(options, setting.substr(0, equals), value);
+    }
+    return options;
+}
+
+} // namespace zevo_sim
