@@ -44,8 +44,8 @@ struct GrabResult {
 ///
 /// Setters only store, in any state, and take effect at the next prepareCapturing. Calls run
 /// Open, prepareCapturing, startCapturing, finishCapturing, Close; buffers can be registered and
-/// queued at any time. The caller runs startCapturing and finishCapturing one at a time; all
-/// other operations may come from any thread.
+/// queued at any time. The caller runs Open, Close, startCapturing and finishCapturing one at a
+/// time; all other operations may come from any thread.
 class IStreamGrabber
 {
 public:
@@ -85,6 +85,7 @@ public:
     /// address may be null. BadState for a buffer that was still queued; its handle is gone too.
     /// Returns only when the capture thread doesn't write to the buffer.
     virtual Result DeregisterBuffer(std::uint64_t handle, void** address) = 0;
+    /// BadState for a buffer that is queued already or being filled.
     virtual Result QueueBuffer(std::uint64_t handle, std::uint64_t context) = 0;
     /// Takes the oldest grab result; NoFrame, with nothing written, when there is none.
     /// remaining, which may be null, gets the number of results still waiting.
@@ -101,7 +102,8 @@ public:
 
     /// Takes every user buffer out of the input queue, without a grab result, and returns when
     /// no copy into one is in progress: from then on the capture thread writes to no buffer that
-    /// isn't queued anew. Finished results stay in the output queue.
+    /// isn't queued anew. Finished results stay in the output queue, that of a copy which was in
+    /// progress among them.
     virtual void TakeBackBuffers() = 0;
     /// Payload size of the last successful prepareCapturing; 0 unless prepared.
     virtual std::size_t GetPreparedPayloadSize() const = 0;

@@ -6,6 +6,8 @@
 
 #include <sys/mman.h>
 
+#include "support/allocations.h"
+
 namespace test
 {
 
@@ -38,6 +40,7 @@ V4L2::SystemCalls FakeCaptureNode::Calls()
 {
     V4L2::SystemCalls calls;
     calls.open = [this](const char* path, int, int) {
+        const Allocations::Exemption exemption;
         const std::lock_guard<std::mutex> lock(mutex_);
         record(std::string("open ") + path);
         if ((errno = shouldFail()) != 0)
@@ -46,9 +49,13 @@ V4L2::SystemCalls FakeCaptureNode::Calls()
         return readiness_->GetReadDescriptor();
     };
     calls.close = [this](int) {
+        const Allocations::Exemption exemption;
         const std::lock_guard<std::mutex> lock(mutex_);
         record("close");
-        --openDescriptors;
+        if (--openDescriptors == 0) {
+            v4l2_requestbuffers none{};
+            requestBuffers(none);
+        }
         return 0;
     };
     calls.ioctl = [this](int, unsigned long request, void* argument) {
@@ -70,6 +77,7 @@ void FakeCaptureNode::FailCall(unsigned nth, int error)
 
 void FakeCaptureNode::PushFrame(const Frame& frame)
 {
+    const Allocations::Exemption exemption;
     const std::lock_guard<std::mutex> lock(mutex_);
     frames_.push_back(frame);
     updateReadiness();
@@ -117,6 +125,7 @@ std::uint32_t FakeCaptureNode::imageSize() const
 
 V4L2::IoctlResult FakeCaptureNode::ioctl(unsigned long request, void* argument)
 {
+    const Allocations::Exemption exemption;
     const std::lock_guard<std::mutex> lock(mutex_);
     int error = shouldFail();
     if (error == 0) {
@@ -124,7 +133,9 @@ V4L2::IoctlResult FakeCaptureNode::ioctl(unsigned long request, void* argument)
         error = handler != handlers.end() ? handler->second(argument) : answer(request, argument);
     }
     std::string entry = nameOf(request);
-    if (request == VIDIOC_QBUF || request == VIDIOC_QUERYBUF)
+    const bool hasIndex = request == VIDIOC_QBUF || request == VIDIOC_QUERYBUF ||
+                          (request == VIDIOC_DQBUF && error == 0);
+    if (hasIndex)
         entry += " " + std::to_string(static_cast<v4l2_buffer*>(argument)->index);
     if (request == VIDIOC_REQBUFS)
         entry += " " + std::to_string(static_cast<v4l2_requestbuffers*>(argument)->count);
@@ -241,6 +252,7 @@ int FakeCaptureNode::dequeueBuffer(v4l2_buffer& buffer)
 
 void* FakeCaptureNode::map(std::size_t length, off_t offset)
 {
+    const Allocations::Exemption exemption;
     const std::lock_guard<std::mutex> lock(mutex_);
     record("mmap " + std::to_string(length) + " at " + std::to_string(offset / kOffsetStep));
     if ((errno = shouldFail()) != 0)
@@ -255,6 +267,7 @@ void* FakeCaptureNode::map(std::size_t length, off_t offset)
 
 int FakeCaptureNode::unmap(void* address)
 {
+    const Allocations::Exemption exemption;
     const std::lock_guard<std::mutex> lock(mutex_);
     record("munmap");
     --mappings;

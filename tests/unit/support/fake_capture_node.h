@@ -29,7 +29,8 @@ struct Frame {
 };
 
 /// Behaves like a driver of the usual kind: readable while not streaming, EBUSY for S_FMT with
-/// buffers, memory that is really gone behind munmap. Any thread.
+/// buffers, memory that is really gone behind munmap. Its own allocations
+/// never fail. Any thread.
 class FakeCaptureNode
 {
 public:

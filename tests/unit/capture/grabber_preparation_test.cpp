@@ -1,0 +1,303 @@
+#include <cerrno>
+#include <cstring>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "capture/grabber/pixel_format_table.h"
+#include "grabber_fixture.h"
+#include "image/ap1302_image_processing.h"
+
+namespace V4lX
+{
+namespace
+{
+
+using test::FakeCaptureNode;
+using test::kPayload;
+using test::TestGrabber;
+using testing::HasSubstr;
+
+namespace Pfnc = GenTLProducer::Pfnc;
+
+constexpr std::uint32_t kSingle = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
+constexpr std::uint32_t kMulti = V4L2_CAP_VIDEO_CAPTURE_MPLANE | V4L2_CAP_STREAMING;
+
+TEST(PixelFormatTable, NamesTheFormatsOfTheCaptureNode)
+{
+    const struct {
+        std::uint32_t pfncValue;
+        const char* fourcc;
+    } rows[] = {
+        {0x01080001, "BA81"}, {0x01080008, "BA81"}, {0x010A0046, "Y10B"}, {0x010A0056, "pBAA"},
+        {0x010C0047, "pBCC"}, {0x010C0057, "pBCC"}, {0x01100003, "BG10"}, {0x0110000C, "BG10"},
+        {0x01100005, "BG12"}, {0x01100010, "BG12"}, {0x01100007, "BYR2"}, {0x0110002E, "BYR2"},
+        {0x020C0112, "NV12"}, {0x0210001F, "UYVY"}, {0x02100032, "YUYV"}, {0x02180014, "RGB3"},
+    };
+    for (const auto& row : rows) {
+        const char* c = row.fourcc;
+        EXPECT_EQ(FindFourcc(row.pfncValue), v4l2_fourcc(c[0], c[1], c[2], c[3])) << c;
+    }
+    for (const std::uint32_t unknown : {0u, 0x01080009u, 0x01080000u, 0x31384142u})
+        EXPECT_EQ(FindFourcc(unknown), std::nullopt);
+}
+
+/// Result and trace of the first preparation of a grabber.
+struct Preparation {
+    Result result;
+    std::string trace;
+};
+
+Preparation Prepare(TestGrabber& grabber)
+{
+    grabber->Open();
+    testing::internal::CaptureStderr();
+    const Result result = grabber->prepareCapturing();
+    return {result, testing::internal::GetCapturedStderr()};
+}
+
+TEST(GrabberPreparation, AsksForTheImage)
+{
+    for (const std::uint32_t capabilities : {kSingle, kMulti}) {
+        const bool isMulti = capabilities == kMulti;
+        FakeCaptureNode node;
+        node.capabilities = capabilities;
+        node.handlers[VIDIOC_G_FMT] = [](void* argument) {
+            auto& format = *static_cast<v4l2_format*>(argument);
+            const auto type = format.type;
+            std::memset(&format, 0x77, sizeof format);
+            format.type = type;
+            return 0;
+        };
+        v4l2_format asked{};
+        node.handlers[VIDIOC_S_FMT] = [&](void* argument) {
+            asked = *static_cast<v4l2_format*>(argument);
+            return EIO;
+        };
+        TestGrabber grabber(node);
+        EXPECT_EQ(Prepare(grabber).result, Result::Failure);
+        EXPECT_EQ(asked.fmt.pix.width, test::kWidth);
+        EXPECT_EQ(asked.fmt.pix.height, test::kHeight);
+        EXPECT_EQ(asked.fmt.pix.pixelformat, V4L2_PIX_FMT_UYVY);
+        EXPECT_EQ(asked.fmt.pix.field, V4L2_FIELD_NONE);
+        EXPECT_EQ(asked.fmt.pix.bytesperline, 0u);
+        EXPECT_EQ(asked.fmt.pix.sizeimage, 0u);
+        EXPECT_EQ(asked.fmt.pix_mp.plane_fmt[0].sizeimage, 0u);
+        EXPECT_EQ(asked.fmt.pix_mp.plane_fmt[0].bytesperline, isMulti ? 0u : 0x77777777u);
+        EXPECT_EQ(asked.fmt.pix_mp.num_planes, isMulti ? 1 : 0x77);
+    }
+}
+
+TEST(GrabberPreparation, ImageThatTheDriverAdjustsIsRefused)
+{
+    const struct {
+        std::uint32_t capabilities;
+        std::uint32_t width;
+        std::uint32_t height;
+        std::uint32_t size;
+        const char* line;
+    } rows[] = {
+        {kSingle, 31, 4, 256,
+         "Width=31 (exp=32) Height=4 (exp=4) Bytesperline=62 Size=256 (exp=256)\n"},
+        {kSingle, 32, 5, 256,
+         "Width=32 (exp=32) Height=5 (exp=4) Bytesperline=62 Size=256 (exp=256)\n"},
+        {kSingle, 32, 4, 257,
+         "Width=32 (exp=32) Height=4 (exp=4) Bytesperline=62 Size=257 (exp=256)\n"},
+        {kMulti, 32, 4, 255,
+         "Width=32 (exp=32) Height=4 (exp=4) Bytesperline=62 Size=255 (exp=256)\n"},
+    };
+    for (const auto& row : rows) {
+        FakeCaptureNode node;
+        node.capabilities = row.capabilities;
+        node.handlers[VIDIOC_S_FMT] = [&](void* argument) {
+            auto& format = *static_cast<v4l2_format*>(argument);
+            format.fmt.pix.width = row.width;
+            format.fmt.pix.height = row.height;
+            if (row.capabilities == kMulti) {
+                format.fmt.pix_mp.plane_fmt[0].sizeimage = row.size;
+                format.fmt.pix_mp.plane_fmt[0].bytesperline = 62;
+            } else {
+                format.fmt.pix.sizeimage = row.size;
+                format.fmt.pix.bytesperline = 62;
+            }
+            return 0;
+        };
+        TestGrabber grabber(node);
+        const Preparation preparation = Prepare(grabber);
+        EXPECT_EQ(preparation.result, Result::Failure);
+        EXPECT_THAT(preparation.trace, testing::EndsWith(row.line));
+        EXPECT_EQ(node.CountLog("REQBUFS"), 0u);
+    }
+}
+
+TEST(GrabberPreparation, BusyNodeIsStoppedOnce)
+{
+    const struct {
+        int first;
+        int second;
+        Result result;
+        std::size_t streamOffs;
+    } rows[] = {
+        {EBUSY, 0, Result::Success, 1},
+        {EBUSY, EBUSY, Result::Failure, 1},
+        {EBUSY, EIO, Result::Failure, 1},
+        {EINVAL, 0, Result::Failure, 0},
+    };
+    for (const auto& row : rows) {
+        FakeCaptureNode node;
+        int calls = 0;
+        node.handlers[VIDIOC_S_FMT] = [&](void* argument) {
+            auto& format = *static_cast<v4l2_format*>(argument);
+            const int error = calls++ == 0 ? row.first : row.second;
+            format.fmt.pix.sizeimage = error == 0 ? static_cast<__u32>(kPayload) : 1;
+            return error;
+        };
+        TestGrabber grabber(node);
+        EXPECT_EQ(Prepare(grabber).result, row.result);
+        EXPECT_EQ(node.CountLog("STREAMOFF"), row.streamOffs);
+        EXPECT_EQ(calls, row.first == EBUSY ? 2 : 1);
+    }
+}
+
+TEST(GrabberPreparation, UnknownPixelFormatDoesntReachTheDriver)
+{
+    FakeCaptureNode node;
+    TestGrabber grabber(node);
+    grabber->SetPixelFormat(0x01080009);
+    const Preparation preparation = Prepare(grabber);
+    EXPECT_EQ(preparation.result, Result::Failure);
+    EXPECT_THAT(preparation.trace, HasSubstr(" Failed, didn't get correct pixelformat.\n"));
+    EXPECT_EQ(node.CountLog("S_FMT"), 0u);
+}
+
+TEST(GrabberPreparation, BuffersThatCantBeUsedAreGivenBack)
+{
+    const struct {
+        std::uint32_t granted;
+        std::uint32_t planes;
+        const char* trace;
+    } rows[] = {
+        {3, 1, ""},
+        {2, 1, ""},
+        {1, 1, "Insufficient buffer memory. Could require only 1 buffers.\n"},
+        {0, 1, "Insufficient buffer memory. Could require only 0 buffers.\n"},
+        {4, 2, "Got buffer with more than one plane. Not supported.\n"},
+    };
+    for (const auto& row : rows) {
+        FakeCaptureNode node;
+        node.capabilities = kMulti;
+        node.mostBuffers = row.granted;
+        node.planesPerBuffer = row.planes;
+        TestGrabber grabber(node);
+        const bool isUsable = *row.trace == '\0';
+        const Preparation preparation = Prepare(grabber);
+        EXPECT_EQ(preparation.result, isUsable ? Result::Success : Result::Failure) << row.granted;
+        EXPECT_THAT(preparation.trace, HasSubstr(row.trace));
+        EXPECT_EQ(node.mappings, isUsable ? static_cast<int>(row.granted) : 0);
+        EXPECT_EQ(node.CountLog("REQBUFS 0"), isUsable ? 0u : 1u + (row.granted == 0));
+    }
+}
+
+TEST(GrabberPreparation, FailureKeepsTheGrabberFromStartingUntilItIsFinished)
+{
+    FakeCaptureNode node;
+    TestGrabber grabber(node);
+    grabber->SetPayloadSize(kPayload + 1);
+    EXPECT_EQ(Prepare(grabber).result, Result::Failure);
+    EXPECT_TRUE(grabber->IsPrepared());
+    EXPECT_EQ(grabber->GetPreparedPayloadSize(), 0u);
+    grabber->SetPayloadSize(kPayload);
+    EXPECT_EQ(grabber->prepareCapturing(), Result::BadState);
+    EXPECT_EQ(grabber->startCapturing(), Result::Failure);
+    EXPECT_EQ(node.CountLog("STREAMON"), 0u);
+    EXPECT_EQ(grabber->finishCapturing(), Result::Success);
+    EXPECT_EQ(grabber->prepareCapturing(), Result::Success);
+}
+
+TEST(GrabberPreparation, OnlyMemoryMappingIsThere)
+{
+    const struct {
+        int method;
+        const char* trace;
+    } rows[] = {
+        {0, "I/O method user pointer not yet implemented\n"},
+        {2, "Unknown I/O method 2\n"},
+        {-1, "Unknown I/O method -1\n"},
+    };
+    for (const auto& row : rows) {
+        FakeCaptureNode node;
+        TestGrabber grabber(node);
+        grabber->SetIoMethod(static_cast<IoMethod>(row.method));
+        const Preparation preparation = Prepare(grabber);
+        EXPECT_EQ(preparation.result, Result::Failure);
+        EXPECT_THAT(preparation.trace, testing::EndsWith(row.trace));
+    }
+}
+
+/// Takes note of what it is prepared for.
+class NotingProcessing : public IImageProcessing
+{
+public:
+    ImageProperties source{};
+    ImageProperties destination{};
+    std::function<void()> onPrepare = [] {};
+
+private:
+    void Prepare(const ImageProperties& src, const ImageProperties& dst) override
+    {
+        source = src;
+        destination = dst;
+        onPrepare();
+    }
+    bool Process(const void*, void*, std::size_t) override { return true; }
+};
+
+TEST(GrabberPreparation, ImageProcessingLearnsBothFormats)
+{
+    FakeCaptureNode node;
+    const auto processing = std::make_shared<NotingProcessing>();
+    TestGrabber grabber(node, processing);
+    EXPECT_EQ(Prepare(grabber).result, Result::Success);
+    for (const ImageProperties* side : {&processing->source, &processing->destination}) {
+        EXPECT_EQ(side->width, test::kWidth);
+        EXPECT_EQ(side->height, test::kHeight);
+        EXPECT_EQ(side->payloadSize, kPayload);
+    }
+    EXPECT_EQ(processing->source.pixelFormat, V4L2_PIX_FMT_UYVY);
+    EXPECT_EQ(processing->destination.pixelFormat, Pfnc::YUV422_8_UYVY);
+}
+
+TEST(GrabberPreparation, FormatsWithoutOperationFail)
+{
+    FakeCaptureNode node;
+    TestGrabber grabber(node, std::make_shared<AP1302ImageProcessing>());
+    grabber->SetPixelFormat(Pfnc::Mono8);
+    const Preparation preparation = Prepare(grabber);
+    EXPECT_EQ(preparation.result, Result::Failure);
+    EXPECT_THAT(preparation.trace, HasSubstr("No operation from V4L2 format 0x31384142 to pixel "
+                                             "format 0x01080001\n"));
+    EXPECT_EQ(grabber->startCapturing(), Result::Failure);
+}
+
+TEST(GrabberPreparation, ContradictingPropertiesPassUpAndLeaveNothing)
+{
+    FakeCaptureNode node;
+    const auto processing = std::make_shared<NotingProcessing>();
+    processing->onPrepare = [] { throw std::invalid_argument("widths"); };
+    TestGrabber grabber(node, processing);
+    grabber->Open();
+    EXPECT_THROW(grabber->prepareCapturing(), std::invalid_argument);
+    EXPECT_FALSE(grabber->IsPrepared());
+    processing->onPrepare = [] {};
+    EXPECT_EQ(grabber->prepareCapturing(), Result::Success);
+    EXPECT_EQ(node.mappings, 4);
+    processing->onPrepare = [] { throw std::invalid_argument("widths"); };
+    grabber->finishCapturing();
+    EXPECT_THROW(grabber->prepareCapturing(), std::invalid_argument);
+    grabber->Close();
+    EXPECT_EQ(node.mappings, 0);
+    EXPECT_EQ(node.openDescriptors, 0);
+}
+
+} // namespace
+} // namespace V4lX

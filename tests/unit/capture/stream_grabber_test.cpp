@@ -1,0 +1,416 @@
+#include "capture/grabber/stream_grabber.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include "grabber_fixture.h"
+#include "v4l2/error.h"
+
+namespace V4lX
+{
+namespace
+{
+
+using test::FakeCaptureNode;
+using test::Frame;
+using test::kHeight;
+using test::kPayload;
+using test::kWidth;
+using test::TestGrabber;
+using testing::Each;
+using testing::ElementsAreArray;
+
+const std::vector<std::string> kSetUp = {
+    "open /dev/null", "QUERYCAP",      "G_FMT",        "S_FMT",         "REQBUFS 4",
+    "QUERYBUF 0",     "mmap 256 at 0", "QUERYBUF 1",   "mmap 256 at 1", "QUERYBUF 2",
+    "mmap 256 at 2",  "QUERYBUF 3",    "mmap 256 at 3"};
+const std::vector<std::string> kTearDown = {"STREAMOFF", "munmap", "munmap",
+                                            "munmap",    "munmap", "REQBUFS 0"};
+
+std::vector<std::string> Joined(std::vector<std::string> first,
+                                const std::vector<std::vector<std::string>>& rest)
+{
+    for (const auto& part : rest)
+        first.insert(first.end(), part.begin(), part.end());
+    return first;
+}
+
+/// The node's log without what depends on the capture thread's pace.
+std::vector<std::string> LogWithoutDequeues(FakeCaptureNode& node)
+{
+    std::vector<std::string> log = node.GetLog();
+    const auto isDequeue = [](const std::string& entry) { return entry.rfind("DQBUF", 0) == 0; };
+    log.erase(std::remove_if(log.begin(), log.end(), isDequeue), log.end());
+    return log;
+}
+
+TEST(StreamGrabber, CallsTheNodeInOrder)
+{
+    FakeCaptureNode node;
+    TestGrabber grabber(node);
+    ASSERT_EQ(grabber->Open(), Result::Success);
+    ASSERT_EQ(grabber->prepareCapturing(), Result::Success);
+    ASSERT_EQ(grabber->startCapturing(), Result::Success);
+    ASSERT_EQ(grabber->finishCapturing(), Result::Success);
+    grabber->Close();
+    EXPECT_THAT(
+        LogWithoutDequeues(node),
+        ElementsAreArray(Joined(
+            kSetUp, {{"QBUF 0", "QBUF 1", "QBUF 2", "QBUF 3", "STREAMON"}, kTearDown, {"close"}})));
+}
+
+TEST(StreamGrabber, PreparedCaptureNeedsNoStart)
+{
+    FakeCaptureNode node;
+    TestGrabber grabber(node);
+    grabber->Open();
+    grabber->prepareCapturing();
+    EXPECT_TRUE(grabber->IsPrepared());
+    grabber->Close();
+    EXPECT_FALSE(grabber->IsPrepared());
+    EXPECT_THAT(node.GetLog(), ElementsAreArray(Joined(kSetUp, {kTearDown, {"close"}})));
+}
+
+TEST(StreamGrabber, CallsInTheWrongStateAreRefused)
+{
+    FakeCaptureNode node;
+    TestGrabber grabber(node);
+    EXPECT_EQ(grabber->prepareCapturing(), Result::Failure) << "closed";
+    grabber->Open();
+    EXPECT_EQ(grabber->startCapturing(), Result::BadState);
+    EXPECT_EQ(grabber->finishCapturing(), Result::BadState);
+    grabber->prepareCapturing();
+    const auto log = node.GetLog();
+    EXPECT_EQ(grabber->prepareCapturing(), Result::BadState);
+    EXPECT_EQ(node.GetLog(), log) << "a refused call reached the node";
+    grabber->startCapturing();
+    EXPECT_EQ(grabber->startCapturing(), Result::BadState);
+    EXPECT_EQ(grabber->prepareCapturing(), Result::BadState);
+    EXPECT_EQ(grabber->finishCapturing(), Result::Success);
+    EXPECT_EQ(grabber->finishCapturing(), Result::BadState);
+    EXPECT_EQ(grabber->prepareCapturing(), Result::Success) << "again";
+}
+
+TEST(StreamGrabber, OpenOfARunningGrabberEndsWhatRuns)
+{
+    FakeCaptureNode node;
+    TestGrabber grabber(node);
+    grabber->Open();
+    grabber->prepareCapturing();
+    grabber->startCapturing();
+    EXPECT_EQ(grabber->Open(), Result::Success);
+    EXPECT_FALSE(grabber->IsPrepared());
+    EXPECT_EQ(node.openDescriptors, 1);
+    EXPECT_EQ(node.mappings, 0);
+}
+
+TEST(StreamGrabber, OpenNeedsACharacterDevice)
+{
+    const struct {
+        const char* path;
+        const char* trace;
+    } rows[] = {
+        {"/nowhere/video0", " There is no /nowhere/video0 device. (2 No such file or directory)\n"},
+        {"/tmp", " Device /tmp is not a valid character device\n"},
+        {"/dev/null", "VIDIOC_QUERYCAP failed for /dev/null: Inappropriate ioctl for device\n"},
+    };
+    for (const auto& row : rows) {
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(CreateStreamGrabber(row.path, nullptr)->Open(), Result::Failure);
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::EndsWith(row.trace));
+    }
+}
+
+TEST(StreamGrabber, BufferHandlesAndTheirErrors)
+{
+    FakeCaptureNode node;
+    TestGrabber grabber(node);
+    grabber->Open();
+    EXPECT_EQ(grabber->RegisterBuffer(nullptr, 1, nullptr), Result::BadArgument);
+    EXPECT_EQ(grabber.Register(), 1u);
+    EXPECT_EQ(grabber.Register(), 2u);
+    EXPECT_EQ(grabber->QueueBuffer(3, 0), Result::BadArgument);
+    EXPECT_EQ(grabber->DeregisterBuffer(3, nullptr), Result::BadArgument);
+    EXPECT_EQ(grabber->RetrieveBuffer(nullptr, nullptr), Result::BadArgument);
+    EXPECT_EQ(grabber->QueueBuffer(1, 0), Result::Success);
+    void* address = nullptr;
+    EXPECT_EQ(grabber->DeregisterBuffer(1, &address), Result::BadState) << "still queued";
+    EXPECT_EQ(address, grabber.memory[0].data());
+    EXPECT_EQ(grabber->DeregisterBuffer(1, nullptr), Result::BadArgument) << "gone all the same";
+    EXPECT_EQ(grabber->DeregisterBuffer(2, nullptr), Result::Success);
+    grabber->Open();
+    EXPECT_EQ(grabber.Register(), 1u);
+}
+
+TEST(StreamGrabber, RetrieveOfNothingWritesNothing)
+{
+    FakeCaptureNode node;
+    TestGrabber grabber(node);
+    GrabResult result{};
+    result.frameId = 77;
+    std::size_t remaining = 88;
+    EXPECT_EQ(grabber->RetrieveBuffer(&result, &remaining), Result::NoFrame);
+    EXPECT_EQ(result.frameId, 77u);
+    EXPECT_EQ(remaining, 88u);
+}
+
+TEST(StreamGrabber, FrameReachesTheUserBuffer)
+{
+    for (const std::uint32_t capability : {V4L2_CAP_VIDEO_CAPTURE, V4L2_CAP_VIDEO_CAPTURE_MPLANE}) {
+        FakeCaptureNode node;
+        node.capabilities = capability | V4L2_CAP_STREAMING;
+        TestGrabber grabber(node);
+        grabber->Open();
+        grabber->SetOffsetX(8);
+        grabber->SetOffsetY(6);
+        const std::uint64_t handle = grabber.Register(kPayload + 10);
+        grabber->QueueBuffer(handle, 4711);
+        grabber->prepareCapturing();
+        grabber->startCapturing();
+        node.PushFrame({41});
+        grabber.bell.WaitFor(1);
+        const GrabResult result = grabber.Retrieve();
+        EXPECT_EQ(result.error, Result::Success);
+        EXPECT_EQ(result.frameId, 1u);
+        EXPECT_EQ(result.timestamp, 41'000'007'000u);
+        EXPECT_EQ(result.pixelFormat, test::Pfnc::YUV422_8_UYVY);
+        EXPECT_EQ(result.width, kWidth);
+        EXPECT_EQ(result.height, kHeight);
+        EXPECT_EQ(result.offsetX, 8u);
+        EXPECT_EQ(result.offsetY, 6u);
+        EXPECT_EQ(result.size, kPayload + 10);
+        EXPECT_EQ(result.handle, handle);
+        EXPECT_EQ(result.address, grabber.memory[0].data());
+        EXPECT_EQ(result.context, 4711u);
+        std::vector<std::uint8_t> expected(kPayload, 41);
+        expected.resize(kPayload + 10, 0xEE);
+        EXPECT_EQ(grabber.memory[0], expected);
+    }
+}
+
+TEST(StreamGrabber, DamagedAndMissingFramesAreTold)
+{
+    FakeCaptureNode node;
+    TestGrabber grabber(node);
+    grabber->Open();
+    grabber.Queue(3);
+    grabber->prepareCapturing();
+    grabber->startCapturing();
+    for (const Frame& frame : {Frame{5}, Frame{6, true}, Frame{9}, Frame{10}})
+        node.PushFrame(frame);
+    // The fourth finds no buffer; all four come back to the node.
+    node.WaitForLog("QBUF", 4 + 4);
+    grabber->finishCapturing();
+    EXPECT_EQ(grabber.Retrieve().frameId, 1u);
+    const GrabResult damaged = grabber.Retrieve();
+    EXPECT_EQ(damaged.frameId, kNoFrameId);
+    EXPECT_EQ(damaged.error, Result::Failure);
+    EXPECT_EQ(damaged.timestamp, 6'000'007'000u);
+    EXPECT_EQ(grabber.Retrieve().frameId, 5u);
+    EXPECT_EQ(grabber->GetLostFrameCount(), 3u);
+    grabber->prepareCapturing();
+    grabber->startCapturing();
+    grabber->finishCapturing();
+    EXPECT_EQ(grabber->GetLostFrameCount(), 0u) << "of the new acquisition";
+}
+
+TEST(StreamGrabber, FinishReturnsWhatIsStillQueued)
+{
+    FakeCaptureNode node;
+    TestGrabber grabber(node);
+    grabber->Open();
+    grabber->prepareCapturing();
+    grabber.Queue(2);
+    grabber->finishCapturing();
+    EXPECT_EQ(grabber.bell.GetCount(), 2u);
+    for (std::uint64_t i = 0; i < 2; ++i) {
+        GrabResult result{};
+        std::size_t remaining = 99;
+        ASSERT_EQ(grabber->RetrieveBuffer(&result, &remaining), Result::Success);
+        EXPECT_EQ(remaining, 1 - i);
+        EXPECT_EQ(result.error, Result::Unfilled);
+        EXPECT_EQ(result.frameId, kNoFrameId);
+        EXPECT_EQ(result.timestamp, 0u);
+        EXPECT_EQ(result.handle, 1 + i);
+        EXPECT_EQ(result.context, 100 + i);
+        EXPECT_EQ(result.width, kWidth);
+    }
+    EXPECT_EQ(grabber->QueueBuffer(1, 0), Result::Success) << "its handle lives on";
+}
+
+TEST(StreamGrabber, PreparationDropsOldResults)
+{
+    FakeCaptureNode node;
+    TestGrabber grabber(node);
+    grabber->Open();
+    grabber->prepareCapturing();
+    grabber.Queue(1);
+    grabber->finishCapturing();
+    grabber->prepareCapturing();
+    EXPECT_EQ(grabber->RetrieveBuffer(std::make_unique<GrabResult>().get(), nullptr),
+              Result::NoFrame);
+}
+
+TEST(StreamGrabber, BufferSmallerThanThePayloadIsNotWrittenTo)
+{
+    FakeCaptureNode node;
+    TestGrabber grabber(node);
+    grabber->Open();
+    grabber->QueueBuffer(grabber.Register(kPayload - 1), 0);
+    grabber->prepareCapturing();
+    grabber->SetPayloadSize(16);
+    grabber->startCapturing();
+    node.PushFrame({1});
+    grabber.bell.WaitFor(1);
+    EXPECT_EQ(grabber.Retrieve().error, Result::BufferTooSmall);
+    EXPECT_THAT(grabber.memory[0], Each(0xEE));
+    EXPECT_EQ(grabber->GetPayloadSize(), 16u);
+    EXPECT_EQ(grabber->GetPreparedPayloadSize(), kPayload);
+    grabber->finishCapturing();
+    EXPECT_EQ(grabber->GetPreparedPayloadSize(), 0u);
+}
+
+TEST(StreamGrabber, BytesUsedAreBoundedByTheMapping)
+{
+    FakeCaptureNode node;
+    TestGrabber grabber(node);
+    grabber->Open();
+    grabber.Queue(2);
+    grabber->prepareCapturing();
+    grabber->startCapturing();
+    testing::internal::CaptureStderr();
+    node.PushFrame({1, false, 0x7FFFFFFF});
+    node.PushFrame({2, false, 100});
+    grabber.bell.WaitFor(2);
+    EXPECT_THAT(grabber.memory[0], Each(1));
+    EXPECT_EQ(grabber.memory[1][99], 2);
+    EXPECT_EQ(grabber.memory[1][100], 0xEE);
+    const std::string trace = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(trace,
+                testing::HasSubstr("Got unexpected buffer size 2147483647. Expected: 256 bytes\n"));
+    EXPECT_THAT(trace, testing::HasSubstr("Got unexpected buffer size 100. Expected: 256 bytes\n"));
+}
+
+TEST(StreamGrabber, UnknownKernelBufferEndsTheThreadOnly)
+{
+    FakeCaptureNode node;
+    TestGrabber grabber(node);
+    grabber->Open();
+    grabber.Queue(1);
+    grabber->prepareCapturing();
+    testing::internal::CaptureStderr();
+    node.PushFrame({1, false, 0, 4});
+    grabber->startCapturing();
+    node.WaitForLog("DQBUF 4", 1);
+    EXPECT_EQ(grabber->finishCapturing(), Result::Success);
+    EXPECT_EQ(grabber.Retrieve().error, Result::Unfilled);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                testing::HasSubstr("Got unexpected buffer index 4: Numerical result out of range "
+                                   "Working with 4 buffers only. Bailing out\n"));
+}
+
+/// Fails on the capture thread.
+class ThrowingProcessing : public IImageProcessing
+{
+    void Prepare(const ImageProperties&, const ImageProperties&) override {}
+    bool Process(const void*, void*, std::size_t) override { throw std::logic_error("broken"); }
+};
+
+TEST(StreamGrabber, ExceptionOnTheCaptureThreadReturnsItsBuffer)
+{
+    FakeCaptureNode node;
+    TestGrabber grabber(node, std::make_shared<ThrowingProcessing>());
+    grabber->Open();
+    grabber.Queue(2);
+    grabber->prepareCapturing();
+    grabber->startCapturing();
+    node.PushFrame({1});
+    grabber.bell.WaitFor(1);
+    EXPECT_EQ(grabber.Retrieve().error, Result::Unfilled);
+    grabber->TakeBackBuffers();
+    EXPECT_EQ(grabber->finishCapturing(), Result::Success);
+    EXPECT_EQ(grabber.Retrieve().error, static_cast<Result>(99)) << "the second was taken back";
+}
+
+TEST(StreamGrabber, HooksStandAroundTheStreamCalls)
+{
+    FakeCaptureNode node;
+    TestGrabber grabber(node);
+    std::vector<std::string> seen;
+    const auto note = [&](const char* name) {
+        return [&, name] {
+            seen.push_back(name + std::string(" ") + std::to_string(node.CountLog("STREAMON")) +
+                           std::to_string(node.CountLog("STREAMOFF")));
+        };
+    };
+    grabber->SetStreamHooks(
+        {note("before on"), note("after on"), note("before off"), note("after off")});
+    grabber->Open();
+    grabber->prepareCapturing();
+    grabber->startCapturing();
+    grabber->finishCapturing();
+    EXPECT_THAT(
+        seen, testing::ElementsAre("before on 00", "after on 10", "before off 10", "after off 11"));
+}
+
+TEST(StreamGrabber, EvenFrameRuleAsksForOneMoreFrame)
+{
+    const struct {
+        std::uint32_t lastSequence; ///< of two frames, the first being 1
+        bool hasGenerator;
+        unsigned generated;
+        const char* trace;
+    } rows[] = {
+        {4, true, 0, ""},
+        {3, true, 1, ""},
+        {3, false, 0, "Cannot generate single frame\n"},
+    };
+    for (const auto& row : rows) {
+        FakeCaptureNode node;
+        TestGrabber grabber(node);
+        unsigned generated = 0;
+        grabber->SetEvenFrameRule(true);
+        grabber->SetStopDelay(std::chrono::milliseconds(0));
+        if (row.hasGenerator)
+            grabber->SetSingleFrameGenerator([&] {
+                ++generated;
+                node.PushFrame({row.lastSequence + 1});
+            });
+        grabber->Open();
+        grabber->prepareCapturing();
+        grabber->startCapturing();
+        node.PushFrame({1});
+        node.PushFrame({row.lastSequence});
+        // Dropped and skipped ones, told together with the number of frames.
+        while (grabber->GetLostFrameCount() != row.lastSequence)
+            std::this_thread::yield();
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(grabber->finishCapturing(), Result::Success);
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr(row.trace));
+        EXPECT_EQ(generated, row.generated);
+        EXPECT_EQ(node.CountLog("QBUF"), 4u + 2u) << "a frame during stop goes nowhere";
+    }
+}
+
+TEST(StreamGrabber, GrabberWithoutStopPipeDoesntStart)
+{
+    FakeCaptureNode node;
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    const rlimit none = {0, limit.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    TestGrabber grabber(node);
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    EXPECT_EQ(grabber->Open(), Result::Success);
+    EXPECT_EQ(grabber->prepareCapturing(), Result::Success);
+    EXPECT_EQ(grabber->startCapturing(), Result::Failure);
+    EXPECT_EQ(node.CountLog("QBUF"), 0u);
+    EXPECT_EQ(grabber->finishCapturing(), Result::Success);
+}
+
+} // namespace
+} // namespace V4lX
