@@ -14,6 +14,7 @@ constexpr std::size_t kPrefetchDistance = 128;
 void prefetchAhead(const std::uint8_t* source) noexcept
 {
     const auto address = reinterpret_cast<std::uintptr_t>(source) + kPrefetchDistance;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
     __builtin_prefetch(reinterpret_cast<const void*>(address), 0, 3);
 }
 

@@ -14,7 +14,7 @@ namespace V4L2
 namespace
 {
 
-constexpr std::size_t kLongestUevent = 64 * 1024;
+constexpr std::size_t kLongestUevent = 1u << 16;
 
 // What follows the prefix in the first line that begins with it.
 std::string valueOf(const std::string& text, std::string_view prefix)
