@@ -1,8 +1,10 @@
 // Everything that the register layer of an open camera reaches outside itself.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "capture/grabber/istream_grabber.h"
 #include "module/icamera_module.h"
@@ -49,6 +51,35 @@ struct RuntimeMCM {
           agent(std::move(pipelineAgent)), firmwareVersion(module->GetFirmwareVersion()),
           devicePath(grabber->GetDevicePath()), reset(module)
     {
+    }
+
+    // What changes the image goes to both sides. The grabber must know of a size or format before
+    // the ISP delivers it; an offset counts for it only once the ISP has taken it.
+
+    void setPixelFormat(std::uint32_t pfncValue)
+    {
+        grabber->SetPixelFormat(pfncValue);
+        module->SetPixelFormat(pfncValue);
+    }
+    void setWidth(std::uint32_t pixels)
+    {
+        grabber->SetWidth(pixels);
+        module->SetWidth(pixels);
+    }
+    void setHeight(std::uint32_t lines)
+    {
+        grabber->SetHeight(lines);
+        module->SetHeight(lines);
+    }
+    void setOffsetX(std::uint32_t sensorPixels)
+    {
+        module->SetOffsetX(sensorPixels);
+        grabber->SetOffsetX(sensorPixels);
+    }
+    void setOffsetY(std::uint32_t sensorLines)
+    {
+        module->SetOffsetY(sensorLines);
+        grabber->SetOffsetY(sensorLines);
     }
 
     ICtrlRegisterHandler* handler;
