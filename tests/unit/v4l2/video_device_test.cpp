@@ -341,6 +341,12 @@ TEST(VideoDevice, DequeueOfABufferNotQueuedGivesNothing)
     node.PushFrame({9, true, 1, 2});
     EXPECT_EQ(device->DequeueBuffer(), nullptr);
     EXPECT_EQ(buffers[2]->sequence, 0u);
+    device->QueueBuffer(*buffers[2]);
+    node.PushFrame({10, false, 1, 2});
+    node.PushFrame({11, false, 1, 2});
+    EXPECT_EQ(device->DequeueBuffer(), buffers[2].get());
+    EXPECT_EQ(device->DequeueBuffer(), nullptr) << "handed out twice";
+    EXPECT_EQ(buffers[2]->sequence, 10u);
 }
 
 TEST(VideoDevice, FindsEnabledControlsByTheirWholeName)
