@@ -93,15 +93,7 @@ public:
         ASSERT_EQ(grabber.startCapturing(), Result::Success);
     }
 
-    /// Blocks until there is a result.
-    GrabResult WaitForFrame()
-    {
-        GrabResult result{};
-        for (unsigned seen = bell.GetCount();
-             grabber.RetrieveBuffer(&result, nullptr) == Result::NoFrame; seen = bell.GetCount())
-            bell.WaitFor(seen + 1);
-        return result;
-    }
+    GrabResult WaitForFrame() { return test::WaitForResult(grabber, bell); }
 
     zevo_sim::TestBoard board;
     test::Bell bell;
