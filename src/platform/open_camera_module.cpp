@@ -16,10 +16,8 @@ std::unique_ptr<mcm::ICameraModule> openCameraModule(const std::string& cameraPa
     const mcm::CsiConfiguration csi = driver->getCsiConfiguration();
     auto bridge = std::make_shared<mcm::TolmenCameraDriverBridge>(std::move(driver));
     auto control = std::make_shared<mcm::McmDevice>(std::move(bridge));
-    auto module = std::make_unique<mcm::CameraModuleAP1302>(
-        std::move(control), csi, [](mcm::IspSensor& isp) -> std::unique_ptr<mcm::ITriggerFeature> {
-            return std::make_unique<mcm::TriggerFeature>(isp);
-        });
+    auto module = std::make_unique<mcm::CameraModuleAP1302>(std::move(control), csi,
+                                                            mcm::makeTriggerFeature);
     module->Initialize();
     return module;
 }

@@ -7,6 +7,7 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include "modules/generic/close_quietly.h"
 #include "modules/generic/info_records.h"
 
 namespace GenTLProducer
@@ -30,13 +31,8 @@ struct ChildEntry {
     ChildEntry& operator=(const ChildEntry&) = delete;
     ~ChildEntry()
     {
-        if (!module)
-            return;
-        try {
-            module->Close();
-        } catch (...) {
-            // A parent's close goes on whatever its children do.
-        }
+        if (module)
+            CloseQuietly([this] { module->Close(); });
     }
 
     InfoPtr info;
