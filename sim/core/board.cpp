@@ -466,6 +466,7 @@ long Board::Map(int fd, void* address, std::size_t length, int protection, int f
     const FileUser user(*this, fd);
     if (!user)
         return -EBADF;
+    hasMappings_ = true;
     return user.Node().Map(user.File(), address, length, protection, flags, offset);
 }
 

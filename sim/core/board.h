@@ -71,6 +71,8 @@ public:
     /// The address, or a negative errno.
     long Map(int fd, void* address, std::size_t length, int protection, int flags, long offset);
     void Unmapped(const void* address, std::size_t length);
+    /// Whether Unmapped() needs to be told at all.
+    bool HasMappings() const { return hasMappings_.load(std::memory_order_relaxed); }
     /// What poll() is to show; nothing for a descriptor that isn't the board's.
     std::optional<short> Poll(int fd, short events);
     /// Turns what fstat() has told of the descriptor's socket into what it tells of the node;
@@ -139,6 +141,7 @@ private:
     std::array<Slot, kMaxFiles> slots_;
     std::atomic<unsigned> openFiles_{0};
     std::atomic<bool> isReapDue_{false};
+    std::atomic<bool> hasMappings_{false};
 
     // Last, so that the nodes go first.
     std::vector<std::unique_ptr<DeviceNode>> nodes_;

@@ -53,45 +53,6 @@ std::string FormatNumber(double number)
     return {text, std::to_chars(text, text + sizeof(text), number).ptr};
 }
 
-void Apply(BoardOptions& options, std::string_view key, std::string_view value)
-{
-    if (key == "board") {
-        options.board = value;
-        if (!FindBoard(options.board.c_str()))
-            Refuse(key, value, "the name of a board");
-    } else if (key == "cameras") {
-        options.cameras = ParseNumber(key, value, 1u, kMaxCameras);
-    } else if (key == "form") {
-        if (value != "native" && value != "controls")
-            Refuse(key, value, "native or controls");
-        options.form = value == "native" ? RequestForm::Native : RequestForm::Controls;
-    } else if (key == "planes") {
-        if (value != "single" && value != "multi")
-            Refuse(key, value, "single or multi");
-        options.isMultiPlanar = value == "multi";
-    } else if (key == "csi-id") {
-        options.csiId = ParseNumber<std::uint32_t>(key, value, 0, 0xFFFFFFFF);
-    } else if (key == "fps") {
-        options.fps = ParseNumber(key, value, 0.0, kMaxFps);
-    } else if (key == "serial") {
-        options.serial = ParseText(key, value);
-    } else if (key == "user-name") {
-        options.userName = ParseText(key, value);
-    } else if (key == "model") {
-        options.model = ParseText(key, value);
-    } else if (key == "lanes") {
-        options.lanes = ParseNumber(key, value, 1u, 4u);
-    } else if (key == "lane-rate") {
-        options.laneRateBps = ParseNumber<std::uint64_t>(key, value, 0, 10'000'000'000);
-    } else if (key == "kmsg") {
-        options.kmsg = value;
-    } else if (key == "scene") {
-        options.scene = value;
-    } else {
-        throw std::invalid_argument("unknown setting \"" + std::string(key) + "\"");
-    }
-}
-
 constexpr std::string_view kEscaped = ";%\n";
 constexpr char kHexDigits[] = "0123456789ABCDEF";
 
@@ -128,6 +89,45 @@ std::string Unescape(std::string_view value)
 }
 
 } // namespace
+
+void BoardOptions::Set(std::string_view key, std::string_view value)
+{
+    if (key == "board") {
+        board = value;
+        if (!FindBoard(board.c_str()))
+            Refuse(key, value, "a board; --list shows them");
+    } else if (key == "cameras") {
+        cameras = ParseNumber(key, value, 1u, kMaxCameras);
+    } else if (key == "form") {
+        if (value != "native" && value != "controls")
+            Refuse(key, value, "native or controls");
+        form = value == "native" ? RequestForm::Native : RequestForm::Controls;
+    } else if (key == "planes") {
+        if (value != "single" && value != "multi")
+            Refuse(key, value, "single or multi");
+        isMultiPlanar = value == "multi";
+    } else if (key == "csi-id") {
+        csiId = ParseNumber<std::uint32_t>(key, value, 0, 0xFFFFFFFF);
+    } else if (key == "fps") {
+        fps = ParseNumber(key, value, 0.0, kMaxFps);
+    } else if (key == "serial") {
+        serial = ParseText(key, value);
+    } else if (key == "user-name") {
+        userName = ParseText(key, value);
+    } else if (key == "model") {
+        model = ParseText(key, value);
+    } else if (key == "lanes") {
+        lanes = ParseNumber(key, value, 1u, 4u);
+    } else if (key == "lane-rate") {
+        laneRateBps = ParseNumber<std::uint64_t>(key, value, 0, 10'000'000'000);
+    } else if (key == "kmsg") {
+        kmsg = value;
+    } else if (key == "scene") {
+        scene = value;
+    } else {
+        throw std::invalid_argument("unknown setting \"" + std::string(key) + "\"");
+    }
+}
 
 std::string BoardOptions::ToText() const
 {
@@ -172,7 +172,7 @@ BoardOptions BoardOptions::FromText(const std::string& text)
         const std::size_t equals = std::min(setting.find('='), setting.size());
         const std::string value =
             Unescape(equals < setting.size() ? setting.substr(equals + 1) : std::string_view());
-        Apply(options, setting.substr(0, equals), value);
+        options.Set(setting.substr(0, equals), value);
     }
     return options;
 }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "sim/core/camera_options.h"
 
@@ -32,9 +33,11 @@ struct BoardOptions {
 
     /// "key=value;key=value"; signs that would disturb are escaped.
     std::string ToText() const;
-    /// std::invalid_argument with a text for people, for an unknown key, a value out of range or
-    /// a board that doesn't exist.
     static BoardOptions FromText(const std::string& text);
+
+    /// One setting as its text. This and FromText() throw std::invalid_argument with a text for
+    /// people, for an unknown key, a value out of range or a board that doesn't exist.
+    void Set(std::string_view key, std::string_view value);
 };
 
 } // namespace zevo_sim

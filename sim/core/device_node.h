@@ -29,7 +29,8 @@ public:
     ino_t Inode() const { return inode_; }
     /// The program still has a descriptor.
     bool IsAlive() const;
-    /// The end that stays here.
+    /// The end that stays here. A program that closes descriptors which it hasn't opened may take
+    /// it away; the file then counts as closed.
     int OwnEnd() const { return ownEnd_.Get(); }
 
     /// The readiness that the node wants. A byte that has to go stays until Settle().
@@ -42,10 +43,13 @@ public:
     void Close();
 
 private:
+    bool HasOwnEnd() const;
+
     DeviceNode* node_ = nullptr;
     int flags_ = 0;
     ino_t inode_ = 0;
     Descriptor ownEnd_;
+    ino_t ownInode_ = 0;
     bool isReady_ = false;
     bool hasByte_ = false;
 };

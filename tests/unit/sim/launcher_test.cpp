@@ -1,0 +1,95 @@
+// The launcher as a user meets it: exit codes and words. The commands are those of any system.
+#include <gtest/gtest.h>
+#include <png.h>
+#include <stdio.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "sim/core/scene.h"
+
+namespace
+{
+
+struct Outcome {
+    int exitCode;
+    std::string output; ///< both channels
+};
+
+Outcome RunLauncher(const std::string& arguments)
+{
+    const std::string command = std::string(ZEVO_BOARD_PROGRAM) + " " + arguments + " 2>&1";
+    FILE* pipe = popen(command.c_str(), "r");
+    EXPECT_NE(pipe, nullptr);
+    Outcome outcome{};
+    char text[256];
+    while (pipe && fgets(text, sizeof(text), pipe))
+        outcome.output += text;
+    const int status = pipe ? pclose(pipe) : -1;
+    outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return outcome;
+}
+
+TEST(Launcher, ExitCodesAndMessages)
+{
+    struct {
+        const char* arguments;
+        int exitCode;
+        const char* words;
+    } cases[] = {
+        {"--help", 0, "Usage: zevo-board --board NAME [OPTIONS] -- COMMAND"},
+        {"--list", 0, "imx8mp "},
+        {"--version", 0, "zevo-board "},
+        {"", 2, "--board is missing"},
+        {"--board imx8mm", 2, "no command"},
+        {"--board nonsense -- true", 2, "--board: \"nonsense\" is not a board"},
+        {"--board imx8mm --fps fast -- true", 2, "--fps: \"fast\" is not a number from 0 to"},
+        {"--board imx8mm --planes two -- true", 2, "--planes"},
+        {"--board imx8mm --form", 2, "--form"},
+        {"--colour red", 2, "--colour"},
+        {"--board imx8mm --scene /no/such.png -- true", 2, "/no/such.png"},
+        {"--board imx8mm --library /no/such.so -- true", 2, "/no/such.so"},
+        {"--board imx8mm -- /no/such/command", 127, "can't start /no/such/command"},
+        {"--board imx8mm -- sh -c 'exit 42'", 42, ""},
+        {"--board imx8mm -- cat /sys/devices/soc0/soc_id", 0, "i.MX8MM"},
+        {"--board imx8mm -- cat /dev/video3", 1, "No such file"},
+    };
+    for (const auto& c : cases) {
+        const Outcome outcome = RunLauncher(c.arguments);
+        EXPECT_EQ(outcome.exitCode, c.exitCode) << c.arguments << "\n" << outcome.output;
+        EXPECT_NE(outcome.output.find(c.words), std::string::npos) << outcome.output;
+    }
+}
+
+/// A picture of two by one pixels is scaled to the sensor's width, with black above and below.
+TEST(Launcher, PassesThePictureOn)
+{
+    const std::string path = testing::TempDir() + "zevo-" + std::to_string(getpid()) + ".png";
+    const std::vector<std::uint8_t> pixels{255, 0, 0, 0, 0, 255};
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = 2;
+    image.height = 1;
+    image.format = PNG_FORMAT_RGB;
+    ASSERT_NE(png_image_write_to_file(&image, path.c_str(), 0, pixels.data(), 0, nullptr), 0);
+
+    const std::string copy = path + ".rgb";
+    const Outcome outcome =
+        RunLauncher("--board imx8mm --scene " + path +
+                    " -- sh -c 'cat \"${ZEVO_BOARD##*scene=}\" > " + copy + "'");
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
+    const zevo_sim::Scene scene = zevo_sim::Scene::FromRawFile(copy);
+    const auto at = [&](unsigned x, unsigned y) {
+        const std::uint8_t* pixel = scene.Row(y) + std::size_t{x} * 3;
+        return zevo_sim::Colour{pixel[0], pixel[1], pixel[2]};
+    };
+    EXPECT_EQ(at(100, 976), (zevo_sim::Colour{255, 0, 0}));
+    EXPECT_EQ(at(2500, 976), (zevo_sim::Colour{0, 0, 255}));
+    EXPECT_EQ(at(1300, 100), zevo_sim::kBlack);
+    remove(path.c_str());
+    remove(copy.c_str());
+}
+
+} // namespace
