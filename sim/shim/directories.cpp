@@ -1,5 +1,6 @@
 // Listing directories and expanding patterns.
 #include <dirent.h>
+#include <fcntl.h>
 #include <glob.h>
 #include <limits.h>
 #include <stdio.h>
@@ -112,16 +113,28 @@ void GlobClose(void* argument)
         CloseOnHost(stream->Host());
 }
 
+using Stat = int(const char*, struct stat*);
+
+int GlobStatWith(Stat* next, const char* path, void* target)
+{
+    auto& status = *static_cast<struct stat*>(target);
+    const long result = StatPath({AT_FDCWD, path}, status);
+    if (result == kForeign)
+        return next(path, &status);
+    errno = result < 0 ? static_cast<int>(-result) : errno;
+    return result < 0 ? -1 : 0;
+}
+
 template <typename Status>
 int GlobStat(const char* path, Status* status)
 {
-    return ::stat(path, reinterpret_cast<struct stat*>(status));
+    return GlobStatWith(ZEVO_NEXT(stat, Stat), path, status);
 }
 
 template <typename Status>
 int GlobLinkStat(const char* path, Status* status)
 {
-    return ::lstat(path, reinterpret_cast<struct stat*>(status));
+    return GlobStatWith(ZEVO_NEXT(lstat, Stat), path, status);
 }
 
 /// Whether the matches may lie where the board has something to say.
@@ -164,8 +177,10 @@ int Expand(Next next, const char* pattern, int flags, ErrorFunction onError, Glo
     return answer;
 }
 
-int ReadAll(DirectoryStream& stream, dirent*** names, int (*filter)(const dirent*),
-            int (*compare)(const dirent**, const dirent**))
+using Filter = int(const dirent*);
+using Compare = int(const dirent**, const dirent**);
+
+int ReadAll(DirectoryStream& stream, dirent*** names, Filter* filter, Compare* compare)
 {
     std::vector<dirent*> list;
     while (const dirent* entry = stream.Next()) {
@@ -186,6 +201,16 @@ int ReadAll(DirectoryStream& stream, dirent*** names, int (*filter)(const dirent
         qsort(*names, list.size(), sizeof(dirent*),
               reinterpret_cast<int (*)(const void*, const void*)>(compare));
     return static_cast<int>(list.size());
+}
+
+int Scan(const char* path, dirent*** names, Filter* filter, Compare* compare)
+{
+    DirectoryStream* stream = OpenStream(path);
+    if (!stream)
+        return -1;
+    const int count = ReadAll(*stream, names, filter, compare);
+    GlobClose(stream);
+    return count;
 }
 
 } // namespace
@@ -255,27 +280,18 @@ ZEVO_INTERPOSE(int, closedir, DIR* directory)
 }
 
 // The C library reads directories for this one past readdir().
-ZEVO_INTERPOSE(int, scandir, const char* path, dirent*** names, int (*filter)(const dirent*),
-               int (*compare)(const dirent**, const dirent**))
-{
-    Overlay overlay;
-    if (!FindOverlay(path, overlay))
-        return ZEVO_NEXT(scandir, int(const char*, dirent***, int (*)(const dirent*),
-                                      int (*)(const dirent**, const dirent**)))(path, names, filter,
-                                                                                compare);
-    DirectoryStream* stream = OpenStream(path);
-    if (!stream)
-        return -1;
-    const int count = ReadAll(*stream, names, filter, compare);
-    GlobClose(stream);
-    return count;
-}
+#define ZEVO_SCANDIR(name)                                                                         \
+    ZEVO_INTERPOSE(int, name, const char* path, dirent*** names, Filter* filter, Compare* compare) \
+    {                                                                                              \
+        Overlay overlay;                                                                           \
+        if (FindOverlay(path, overlay))                                                            \
+            return Scan(path, names, filter, compare);                                             \
+        return ZEVO_NEXT(name, int(const char*, dirent***, Filter*, Compare*))(path, names,        \
+                                                                               filter, compare);   \
+    }
 
-ZEVO_INTERPOSE(int, scandir64, const char* path, dirent*** names, int (*filter)(const dirent*),
-               int (*compare)(const dirent**, const dirent**))
-{
-    return Board_scandir(path, names, filter, compare);
-}
+ZEVO_SCANDIR(scandir)
+ZEVO_SCANDIR(scandir64)
 
 ZEVO_INTERPOSE(int, glob, const char* pattern, int flags, int (*onError)(const char*, int),
                glob_t* result)

@@ -96,6 +96,22 @@ ZEVO_OPEN_2(__open64_2)
 ZEVO_OPENAT_2(__openat_2)
 ZEVO_OPENAT_2(__openat64_2)
 
+namespace
+{
+
+int CloseAny(int fd)
+{
+    const long result = HasDescriptors() ? Close(fd) : kForeign;
+    return result == kForeign ? ZEVO_NEXT(close, int(int))(fd) : static_cast<int>(Answer(result));
+}
+
+} // namespace
+
+ZEVO_INTERPOSE(int, close, int fd)
+{
+    return CloseAny(fd);
+}
+
 #define ZEVO_FOPEN(name)                                                                           \
     ZEVO_INTERPOSE(FILE*, name, const char* path, const char* mode)                                \
     {                                                                                              \
@@ -105,18 +121,12 @@ ZEVO_OPENAT_2(__openat64_2)
         const int fd = static_cast<int>(Answer(result));                                           \
         FILE* file = fd >= 0 ? fdopen(fd, mode) : nullptr;                                         \
         if (fd >= 0 && !file)                                                                      \
-            close(fd);                                                                             \
+            CloseAny(fd);                                                                          \
         return file;                                                                               \
     }
 
 ZEVO_FOPEN(fopen)
 ZEVO_FOPEN(fopen64)
-
-ZEVO_INTERPOSE(int, close, int fd)
-{
-    const long result = HasDescriptors() ? Close(fd) : kForeign;
-    return result == kForeign ? ZEVO_NEXT(close, int(int))(fd) : static_cast<int>(Answer(result));
-}
 
 // The nodes have no read() of their own; the byte of readiness in their sockets stays.
 ZEVO_INTERPOSE(ssize_t, read, int fd, void* data, size_t size)
@@ -133,90 +143,83 @@ ZEVO_INTERPOSE(ssize_t, __read_chk, int fd, void* data, size_t size, size_t room
     return ZEVO_NEXT(__read_chk, ssize_t(int, void*, size_t, size_t))(fd, data, size, room);
 }
 
-#define ZEVO_STAT(name)                                                                            \
-    ZEVO_INTERPOSE(int, name, const char* path, struct stat* status)                               \
-    {                                                                                              \
-        const long result = StatPath({AT_FDCWD, path}, *status);                                   \
-        if (result != kForeign)                                                                    \
-            return static_cast<int>(Answer(result));                                               \
-        return ZEVO_NEXT(name, int(const char*, struct stat*))(path, status);                      \
-    }
+namespace
+{
 
-#define ZEVO_FSTAT(name)                                                                           \
-    ZEVO_INTERPOSE(int, name, int fd, struct stat* status)                                         \
-    {                                                                                              \
-        const int result = ZEVO_NEXT(name, int(int, struct stat*))(fd, status);                    \
-        if (result == 0 && HasDescriptors())                                                       \
-            DescribeDescriptor(*status);                                                           \
-        return result;                                                                             \
-    }
+using Stat = int(const char*, struct stat*);
+using StatDescriptor = int(int, struct stat*);
+using StatAt = int(int, const char*, struct stat*, int);
 
-#define ZEVO_FSTATAT(name)                                                                         \
-    ZEVO_INTERPOSE(int, name, int directory, const char* path, struct stat* status, int flags)     \
-    {                                                                                              \
-        const long answer = StatPath({directory, path}, *status);                                  \
-        if (answer != kForeign)                                                                    \
-            return static_cast<int>(Answer(answer));                                               \
-        const int result = ZEVO_NEXT(name, int(int, const char*, struct stat*, int))(              \
-            directory, path, status, flags);                                                       \
-        if (result == 0 && (flags & AT_EMPTY_PATH) != 0 && HasDescriptors())                       \
-            DescribeDescriptor(*status);                                                           \
-        return result;                                                                             \
-    }
+int AnswerStat(Stat* next, const char* path, struct stat* status)
+{
+    const long result = StatPath({AT_FDCWD, path}, *status);
+    return result == kForeign ? next(path, status) : static_cast<int>(Answer(result));
+}
+
+int AnswerStat(StatDescriptor* next, int fd, struct stat* status)
+{
+    const int result = next(fd, status);
+    if (result == 0 && HasDescriptors())
+        DescribeDescriptor(*status);
+    return result;
+}
+
+int AnswerStat(StatAt* next, int directory, const char* path, struct stat* status, int flags)
+{
+    const long answer = StatPath({directory, path}, *status);
+    if (answer != kForeign)
+        return static_cast<int>(Answer(answer));
+    const int result = next(directory, path, status, flags);
+    if (result == 0 && (flags & AT_EMPTY_PATH) != 0 && HasDescriptors())
+        DescribeDescriptor(*status);
+    return result;
+}
 
 static_assert(sizeof(struct stat) == sizeof(struct stat64), "both forms share their functions");
 
-ZEVO_STAT(stat)
-ZEVO_STAT(stat64)
-ZEVO_STAT(lstat)
-ZEVO_STAT(lstat64)
-ZEVO_FSTAT(fstat)
-ZEVO_FSTAT(fstat64)
-ZEVO_FSTATAT(fstatat)
-ZEVO_FSTATAT(fstatat64)
+} // namespace
 
-// What programs built against older C libraries call; the present one has them only for those.
-ZEVO_INTERPOSE(int, __xstat, int /*version*/, const char* path, struct stat* status)
-{
-    return Board_stat(path, status);
-}
+// The forms with a version are what programs built against older C libraries call, and the
+// interceptors of the thread sanitizer; the present C library has them only for those.
+#define ZEVO_STAT(name, versioned, next)                                                           \
+    ZEVO_INTERPOSE(int, name, const char* path, struct stat* status)                               \
+    {                                                                                              \
+        return AnswerStat(ZEVO_NEXT(next, Stat), path, status);                                    \
+    }                                                                                              \
+    ZEVO_INTERPOSE(int, versioned, int /*version*/, const char* path, struct stat* status)         \
+    {                                                                                              \
+        return AnswerStat(ZEVO_NEXT(next, Stat), path, status);                                    \
+    }
 
-ZEVO_INTERPOSE(int, __xstat64, int /*version*/, const char* path, struct stat* status)
-{
-    return Board_stat(path, status);
-}
+#define ZEVO_FSTAT(name, versioned)                                                                \
+    ZEVO_INTERPOSE(int, name, int fd, struct stat* status)                                         \
+    {                                                                                              \
+        return AnswerStat(ZEVO_NEXT(fstat, StatDescriptor), fd, status);                           \
+    }                                                                                              \
+    ZEVO_INTERPOSE(int, versioned, int /*version*/, int fd, struct stat* status)                   \
+    {                                                                                              \
+        return AnswerStat(ZEVO_NEXT(fstat, StatDescriptor), fd, status);                           \
+    }
 
-ZEVO_INTERPOSE(int, __lxstat, int /*version*/, const char* path, struct stat* status)
-{
-    return Board_lstat(path, status);
-}
+#define ZEVO_FSTATAT(name, versioned)                                                              \
+    ZEVO_INTERPOSE(int, name, int directory, const char* path, struct stat* status, int flags)     \
+    {                                                                                              \
+        return AnswerStat(ZEVO_NEXT(fstatat, StatAt), directory, path, status, flags);             \
+    }                                                                                              \
+    ZEVO_INTERPOSE(int, versioned, int /*version*/, int directory, const char* path,               \
+                   struct stat* status, int flags)                                                 \
+    {                                                                                              \
+        return AnswerStat(ZEVO_NEXT(fstatat, StatAt), directory, path, status, flags);             \
+    }
 
-ZEVO_INTERPOSE(int, __lxstat64, int /*version*/, const char* path, struct stat* status)
-{
-    return Board_lstat(path, status);
-}
-
-ZEVO_INTERPOSE(int, __fxstat, int /*version*/, int fd, struct stat* status)
-{
-    return Board_fstat(fd, status);
-}
-
-ZEVO_INTERPOSE(int, __fxstat64, int /*version*/, int fd, struct stat* status)
-{
-    return Board_fstat(fd, status);
-}
-
-ZEVO_INTERPOSE(int, __fxstatat, int /*version*/, int directory, const char* path,
-               struct stat* status, int flags)
-{
-    return Board_fstatat(directory, path, status, flags);
-}
-
-ZEVO_INTERPOSE(int, __fxstatat64, int /*version*/, int directory, const char* path,
-               struct stat* status, int flags)
-{
-    return Board_fstatat(directory, path, status, flags);
-}
+ZEVO_STAT(stat, __xstat, stat)
+ZEVO_STAT(stat64, __xstat64, stat)
+ZEVO_STAT(lstat, __lxstat, lstat)
+ZEVO_STAT(lstat64, __lxstat64, lstat)
+ZEVO_FSTAT(fstat, __fxstat)
+ZEVO_FSTAT(fstat64, __fxstat64)
+ZEVO_FSTATAT(fstatat, __fxstatat)
+ZEVO_FSTATAT(fstatat64, __fxstatat64)
 
 ZEVO_INTERPOSE(int, statx, int directory, const char* path, int flags, unsigned mask,
                struct statx* target)

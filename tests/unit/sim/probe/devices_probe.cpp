@@ -4,6 +4,7 @@
 #include <linux/videodev2.h>
 #include <poll.h>
 #include <pthread.h>
+#include <pthread.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/select.h>
@@ -362,33 +363,6 @@ TEST_F(Devices, ForkedChildIsLeftAlone)
     EXPECT_EQ(status, 0);
     EXPECT_TRUE(IsReadable(fd, nullptr));
     EXPECT_EQ(stream.Call(VIDIOC_DQBUF, 0), 0);
-}
-
-TEST_F(Devices, CancelledThreadLeavesForeignCalls)
-{
-    for (const bool usesPoll : {true, false}) {
-        int ends[2];
-        ASSERT_EQ(pipe(ends), 0);
-        pthread_t thread;
-        const auto waitInPoll = [](void* argument) -> void* {
-            pollfd entry{*static_cast<int*>(argument), POLLIN, 0};
-            poll(&entry, 1, -1);
-            return nullptr;
-        };
-        const auto waitInRead = [](void* argument) -> void* {
-            char byte;
-            return read(*static_cast<int*>(argument), &byte, 1) == 1 ? argument : nullptr;
-        };
-        ASSERT_EQ(usesPoll ? pthread_create(&thread, nullptr, waitInPoll, &ends[0])
-                           : pthread_create(&thread, nullptr, waitInRead, &ends[0]),
-                  0);
-        EXPECT_EQ(pthread_cancel(thread), 0);
-        void* result = nullptr;
-        EXPECT_EQ(pthread_join(thread, &result), 0);
-        EXPECT_EQ(result, PTHREAD_CANCELED);
-        close(ends[0]);
-        close(ends[1]);
-    }
 }
 
 } // namespace
