@@ -8,13 +8,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <mutex>
 #include <system_error>
-
-#include "sim/core/frame_counter.h"
-#include "sim/core/renderer.h"
 
 namespace zevo_sim
 {
@@ -22,7 +18,6 @@ namespace zevo_sim
 namespace
 {
 
-constexpr unsigned kMinSize = 16;
 constexpr unsigned kDefaultWidth = 1920;
 constexpr unsigned kDefaultHeight = 1080;
 constexpr Nanoseconds kSecond = 1'000'000'000;
@@ -45,44 +40,15 @@ short Visible(short state, short events)
 
 } // namespace
 
-const Scene& SceneStore::Get()
-{
-    const std::lock_guard lock(monitor_);
-    if (scene_)
-        return *scene_;
-    if (!rawFile_.empty()) {
-        try {
-            scene_ = std::make_unique<const Scene>(Scene::FromRawFile(rawFile_));
-            return *scene_;
-        } catch (const std::system_error& error) {
-            std::fprintf(stderr, "zevo-board: can't use the scene: %s\n", error.what());
-        }
-    }
-    scene_ = std::make_unique<const Scene>(Scene::TestChart());
-    return *scene_;
-}
-
-unsigned CaptureNode::Format::BytesPerLine() const
-{
-    const unsigned bytes = pixels->layout == FrameLayout::LineInterleaved420 ? width : width * 2;
-    return (bytes + pixels->lineAlignment - 1) / pixels->lineAlignment * pixels->lineAlignment;
-}
-
-std::size_t CaptureNode::Format::Size() const
-{
-    if (pixels->layout == FrameLayout::LineInterleaved420)
-        return FrameSize(pixels->layout, width, height);
-    return std::size_t{BytesPerLine()} * height;
-}
-
 CaptureNode::CaptureNode(NodeIdentity identity, const BoardDefinition& board,
                          CaptureOptions options, FrameSource& source, SceneStore& scenes,
                          Camera* driver)
     : DeviceNode(std::move(identity)), board_(board), options_(std::move(options)), source_(source),
-      scenes_(scenes), driver_(driver),
+      driver_(driver), limits_{board.formats, options_.maxWidth, options_.maxHeight},
       bufferType_(options_.isMultiPlanar ? V4L2_BUF_TYPE_VIDEO_CAPTURE_MPLANE
                                          : V4L2_BUF_TYPE_VIDEO_CAPTURE),
-      format_{board.formats.data(), kDefaultWidth, kDefaultHeight}
+      format_{board.formats.data(), kDefaultWidth, kDefaultHeight},
+      painter_(scenes, options_.cameraName)
 {
     if (driver_ && driver_->Options().form == RequestForm::Controls)
         driver_->AddControls(controls_);
@@ -253,57 +219,9 @@ int CaptureNode::EnumerateFrameSizes(void* argument) const
     if (!isKnown || sizes.index != 0)
         return -EINVAL;
     sizes.type = V4L2_FRMSIZE_TYPE_STEPWISE;
-    sizes.stepwise = {kMinSize, options_.maxWidth, 2, kMinSize, options_.maxHeight, 2};
+    sizes.stepwise = {CaptureFormat::kMinSize, limits_.maxWidth,  2,
+                      CaptureFormat::kMinSize, limits_.maxHeight, 2};
     return 0;
-}
-
-CaptureNode::Format CaptureNode::Adjust(const v4l2_format& format) const
-{
-    const std::uint32_t width =
-        options_.isMultiPlanar ? format.fmt.pix_mp.width : format.fmt.pix.width;
-    const std::uint32_t height =
-        options_.isMultiPlanar ? format.fmt.pix_mp.height : format.fmt.pix.height;
-    const std::uint32_t fourcc =
-        options_.isMultiPlanar ? format.fmt.pix_mp.pixelformat : format.fmt.pix.pixelformat;
-    Format adjusted{board_.formats.data(), 0, 0};
-    for (const NodeFormat& candidate : board_.formats)
-        if (candidate.fourcc == fourcc)
-            adjusted.pixels = &candidate;
-    adjusted.width = std::clamp(width, kMinSize, options_.maxWidth) & ~1u;
-    adjusted.height = std::clamp(height, kMinSize, options_.maxHeight) & ~1u;
-    return adjusted;
-}
-
-void CaptureNode::Describe(const Format& format, v4l2_format& target) const
-{
-    const auto size = static_cast<std::uint32_t>(format.Size());
-    if (options_.isMultiPlanar) {
-        v4l2_pix_format_mplane& pix = target.fmt.pix_mp;
-        std::memset(&pix, 0, sizeof(pix));
-        pix.width = format.width;
-        pix.height = format.height;
-        pix.pixelformat = format.pixels->fourcc;
-        pix.field = V4L2_FIELD_NONE;
-        pix.colorspace = V4L2_COLORSPACE_SMPTE170M;
-        pix.num_planes = 1;
-        pix.plane_fmt[0].bytesperline = format.BytesPerLine();
-        pix.plane_fmt[0].sizeimage = size;
-        pix.ycbcr_enc = V4L2_YCBCR_ENC_601;
-        pix.quantization = V4L2_QUANTIZATION_LIM_RANGE;
-        return;
-    }
-    v4l2_pix_format& pix = target.fmt.pix;
-    pix = {};
-    pix.width = format.width;
-    pix.height = format.height;
-    pix.pixelformat = format.pixels->fourcc;
-    pix.field = V4L2_FIELD_NONE;
-    pix.bytesperline = format.BytesPerLine();
-    pix.sizeimage = size;
-    pix.colorspace = V4L2_COLORSPACE_SMPTE170M;
-    pix.priv = V4L2_PIX_FMT_PRIV_MAGIC;
-    pix.ycbcr_enc = V4L2_YCBCR_ENC_601;
-    pix.quantization = V4L2_QUANTIZATION_LIM_RANGE;
 }
 
 int CaptureNode::AccessFormat(unsigned long request, v4l2_format& format)
@@ -312,16 +230,16 @@ int CaptureNode::AccessFormat(unsigned long request, v4l2_format& format)
         return -EINVAL;
     const std::lock_guard lock(monitor_);
     if (request == VIDIOC_G_FMT) {
-        Describe(format_, format);
+        format_.Describe(format);
         return 0;
     }
-    const Format adjusted = Adjust(format);
+    const CaptureFormat adjusted = CaptureFormat::Nearest(format, limits_);
     if (request == VIDIOC_S_FMT) {
         if (queue_.HasBuffers())
             return -EBUSY;
         format_ = adjusted;
     }
-    Describe(adjusted, format);
+    adjusted.Describe(format);
     return 0;
 }
 
@@ -396,6 +314,8 @@ int CaptureNode::QueueBuffer(OpenFile& file, v4l2_buffer& buffer)
 {
     {
         const std::lock_guard lock(monitor_);
+        if (buffer.type != bufferType_)
+            return -EINVAL;
         if (IsBusy(file))
             return -EBUSY;
         if (const int result = CheckBuffer(buffer); result != 0)
@@ -415,6 +335,8 @@ int CaptureNode::QueueBuffer(OpenFile& file, v4l2_buffer& buffer)
 int CaptureNode::DequeueBuffer(OpenFile& file, v4l2_buffer& buffer)
 {
     const std::lock_guard lock(monitor_);
+    if (buffer.type != bufferType_)
+        return -EINVAL;
     if (IsBusy(file))
         return -EBUSY;
     if (const int result = CheckBuffer(buffer); result != 0)
@@ -630,22 +552,13 @@ bool CaptureNode::FrameTime()
     return CaptureFrame();
 }
 
-/// Whether the receiver recognises what is on the link as frames of its format.
-bool CaptureNode::IsReceivable(const PictureSetup& setup) const
-{
-    const bool isYuyv = format_.pixels->layout == FrameLayout::Yuyv;
-    const auto layout =
-        SentLayout(setup.outputFormat, isYuyv ? FrameLayout::Yuyv : FrameLayout::Uyvy);
-    return layout == format_.pixels->layout && IsRenderable(setup);
-}
-
 bool CaptureNode::CaptureFrame()
 {
     std::unique_lock lock(monitor_);
     if (!queue_.HasBegun())
         return false;
     const std::optional<SentFrame> frame = source_.SendFrame();
-    if (!frame || !IsReceivable(*frame->setup))
+    if (!frame || !format_.Receives(*frame->setup))
         return false;
     KernelBuffer result;
     result.sequence = sequence_++;
@@ -655,11 +568,11 @@ bool CaptureNode::CaptureFrame()
 
     const std::uint32_t index = queue_.BeginFill();
     const std::shared_ptr<BufferMemory> memory = queue_.Memory();
-    const Format format = format_;
+    const CaptureFormat format = format_;
     isFilling_ = true;
     lock.unlock();
     unsigned char* target = memory->view.Data() + memory->buffers[index].offset;
-    result.hasError = !FillBuffer(target, format, *frame);
+    result.hasError = !painter_.Paint(target, format, *frame);
     result.bytesUsed = static_cast<std::uint32_t>(memory->length);
     lock.lock();
 
@@ -668,31 +581,6 @@ bool CaptureNode::CaptureFrame()
     UpdateReadiness();
     monitor_.NotifyAll();
     return true;
-}
-
-/// False if picture and format differ in size: then the lines run on as they come in.
-bool CaptureNode::FillBuffer(unsigned char* memory, const Format& format, const SentFrame& frame)
-{
-    const PictureSetup& setup = *frame.setup;
-    const FrameLayout layout = format.pixels->layout;
-    if (renderedSetup_ != frame.setup || renderedLayout_ != layout) {
-        picture_ = Render(scenes_.Get(), setup, layout);
-        DrawCounterGround(picture_.data(), layout, setup.width, setup.height, options_.cameraName);
-        renderedSetup_ = frame.setup;
-        renderedLayout_ = layout;
-    }
-    DrawCounter(picture_.data(), layout, setup.width, setup.height, frame.number);
-
-    const bool isRight = setup.width == format.width && setup.height == format.height;
-    const std::size_t line = std::size_t{format.width} * 2;
-    if (isRight && format.Size() != picture_.size()) {
-        for (unsigned y = 0; y < format.height; ++y)
-            std::memcpy(memory + std::size_t{y} * format.BytesPerLine(), picture_.data() + y * line,
-                        line);
-    } else {
-        std::memcpy(memory, picture_.data(), std::min(picture_.size(), format.Size()));
-    }
-    return isRight;
 }
 
 } // namespace zevo_sim

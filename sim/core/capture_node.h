@@ -11,10 +11,11 @@
 #include "sim/core/board_table.h"
 #include "sim/core/buffer_queue.h"
 #include "sim/core/camera.h"
+#include "sim/core/capture_format.h"
 #include "sim/core/controls.h"
 #include "sim/core/device_node.h"
+#include "sim/core/frame_painter.h"
 #include "sim/core/frame_source.h"
-#include "sim/core/scene.h"
 
 struct v4l2_buffer;
 struct v4l2_format;
@@ -29,21 +30,6 @@ enum class Pace : std::uint8_t {
     Fixed,      ///< at the rate of the options
     AsTaken,    ///< as soon as a buffer is queued: none is ever missed
     Manual      ///< only by FrameTime()
-};
-
-/// The scene, made when the first frame needs it and shared by all cameras of a board.
-class SceneStore final
-{
-public:
-    /// Empty for the test chart. A file that can't be read is told on standard error and
-    /// replaced by the chart.
-    explicit SceneStore(std::string rawFile) : rawFile_(std::move(rawFile)) {}
-    const Scene& Get();
-
-private:
-    std::string rawFile_;
-    Monitor monitor_;
-    std::unique_ptr<const Scene> scene_;
 };
 
 struct CaptureOptions {
@@ -85,15 +71,6 @@ public:
     bool IsLowLatency() const { return isLowLatency_; }
 
 private:
-    struct Format {
-        const NodeFormat* pixels;
-        unsigned width;
-        unsigned height;
-
-        unsigned BytesPerLine() const;
-        std::size_t Size() const;
-    };
-
     int Dispatch(OpenFile& file, unsigned long request, void* argument);
     int QueryCapability(void* argument) const;
     int EnumerateFormats(void* argument) const;
@@ -106,8 +83,6 @@ private:
     int SwitchStream(OpenFile& file, std::uint32_t type, bool isOn);
     int AccessControls(unsigned long request, void* argument);
 
-    Format Adjust(const v4l2_format& format) const;
-    void Describe(const Format& format, v4l2_format& target) const;
     int CheckBuffer(const v4l2_buffer& buffer) const;
     void Describe(std::uint32_t index, v4l2_buffer& target);
     bool IsBusy(const OpenFile& file) const { return owner_ && owner_ != &file; }
@@ -120,14 +95,12 @@ private:
     bool CaptureFrame();
     int WaitForBuffer(int fd);
     Nanoseconds FramePeriod() const;
-    bool IsReceivable(const PictureSetup& setup) const;
-    bool FillBuffer(unsigned char* memory, const Format& format, const SentFrame& frame);
 
     const BoardDefinition& board_;
     const CaptureOptions options_;
     FrameSource& source_;
-    SceneStore& scenes_;
     Camera* const driver_;
+    const FormatLimits limits_;
     const std::uint32_t bufferType_;
     ControlList controls_;
     std::atomic<bool> isLowLatency_{false};
@@ -139,7 +112,7 @@ private:
     std::vector<OpenFile*> files_;
     const OpenFile* owner_ = nullptr; ///< the file whose program has the buffers
     bool isUnplugged_ = false;
-    Format format_;
+    CaptureFormat format_;
     BufferQueue queue_;
     std::uint32_t sequence_ = 0;
     struct MappedArea {
@@ -152,11 +125,8 @@ private:
     bool isStopping_ = false; ///< the frame thread is to end
     bool isFilling_ = false;
 
-    std::thread frames_; ///< guarded by requests_
-    // Only touched by who captures frames.
-    std::shared_ptr<const PictureSetup> renderedSetup_;
-    FrameLayout renderedLayout_ = FrameLayout::Uyvy;
-    std::vector<std::uint8_t> picture_;
+    std::thread frames_;   ///< guarded by requests_
+    FramePainter painter_; ///< used by who captures frames
 };
 
 } // namespace zevo_sim

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -37,7 +38,7 @@ struct Arguments {
     std::string kmsg;
     std::string library;
     std::vector<std::string> preloads;
-    std::vector<std::string> command;
+    std::vector<char*> command; ///< the words behind "--", untouched, with a null at the end
 };
 
 void ListBoards()
@@ -136,12 +137,9 @@ zevo_sim::BoardOptions MakeOptions(const Arguments& arguments)
 int Start(const Arguments& arguments)
 {
     setenv("LD_PRELOAD", MakePreload(arguments).c_str(), 1);
-    std::vector<char*> command;
-    for (const std::string& word : arguments.command)
-        command.push_back(const_cast<char*>(word.c_str()));
-    command.push_back(nullptr);
-    execvp(command[0], command.data());
-    std::fprintf(stderr, "zevo-board: can't start %s: %s\n", command[0], std::strerror(errno));
+    execvp(arguments.command[0], arguments.command.data());
+    std::fprintf(stderr, "zevo-board: can't start %s: %s\n", arguments.command[0],
+                 std::strerror(errno));
     return kCannotStart;
 }
 
@@ -164,73 +162,77 @@ public:
     }
 };
 
-} // namespace
+struct Setting {
+    const char* key;
+    const char* value;
+    const char* help;
+};
 
-int main(int argc, char** argv)
+// What goes to the board under the same name.
+constexpr Setting kSettings[] = {
+    {"fps", "RATE",
+     "Frames per second; 0 for as fast as they are taken. Without this, the rate that the camera "
+     "is set to"},
+    {"cameras", "N", "Cameras on the board, 1 to 8. The serial numbers count up"},
+    {"serial", "TEXT", "Serial number of the first camera, ZEVO:SIM0001 otherwise"},
+    {"user-name", "TEXT", "User-defined name of the cameras"},
+    {"model", "TEXT", "Another model name: a camera that isn't supported"},
+    {"form", "native|controls",
+     "How the camera driver is asked: by requests of its own, or by V4L2 controls"},
+    {"planes", "single|multi", "Buffers of the capture node"},
+    {"lanes", "N", "CSI lanes, 1 to 4"},
+    {"lane-rate", "BIT/S", "Data rate of a lane, 1200000000 otherwise"},
+    {"csi-id", "N",
+     "The receiver that the first camera is connected to, where the board's device tree tells it; "
+     "other than 0 limits the width to 2048"},
+};
+
+void AddOptions(CLI::App& app, Arguments& arguments, bool& isList)
 {
-    Arguments arguments;
-    CLI::App app(kDescription, "zevo-board");
-    app.formatter(std::make_shared<HelpFormatter>());
-    app.footer(kFooter);
-    app.set_version_flag("--version", "zevo-board " ZEVO_VERSION);
+    app.set_version_flag("--version", "zevo-board " ZEVO_VERSION, "Show the version and end");
     app.set_help_flag("-h,--help", "Show this and end");
-
-    struct Setting {
-        const char* key;
-        const char* value;
-        const char* help;
-    };
-    constexpr Setting settings[] = {
-        {"fps", "RATE",
-         "Frames per second; 0 for as fast as they are taken. Without this, the "
-         "rate that the camera is set to"},
-        {"cameras", "N", "Cameras on the board, 1 to 8. The serial numbers count up"},
-        {"serial", "TEXT", "Serial number of the first camera, ZEVO:SIM0001 otherwise"},
-        {"user-name", "TEXT", "User-defined name of the cameras"},
-        {"model", "TEXT", "Another model name: a camera that isn't supported"},
-        {"form", "native|controls",
-         "How the camera driver is asked: by requests of its own, or "
-         "by V4L2 controls"},
-        {"planes", "single|multi", "Buffers of the capture node"},
-        {"lanes", "N", "CSI lanes, 1 to 4"},
-        {"lane-rate", "BIT/S", "Data rate of a lane, 1200000000 otherwise"},
-        {"csi-id", "N",
-         "The receiver that the first camera is connected to, where the board's "
-         "device tree tells it; other than 0 limits the width to 2048"},
-    };
-    arguments.settings.resize(std::size(settings));
-
-    bool isList = false;
     app.add_flag("--list", isList, "List the boards and end");
     app.add_option("--board", arguments.board, "The board to simulate, see --list")
         ->type_name("NAME");
     app.add_option("--scene", arguments.scene,
-                   "A picture to look at in place of the test chart, "
-                   "best of 2600 x 1952 pixels")
+                   "A picture to look at in place of the test chart, best of 2600 x 1952 pixels")
         ->type_name("FILE.png");
-    for (std::size_t i = 0; i < std::size(settings); ++i) {
-        arguments.settings[i].first = settings[i].key;
-        app.add_option("--" + std::string(settings[i].key), arguments.settings[i].second,
-                       settings[i].help)
-            ->type_name(settings[i].value);
+    arguments.settings.resize(std::size(kSettings));
+    for (std::size_t i = 0; i < std::size(kSettings); ++i) {
+        const Setting& setting = kSettings[i];
+        arguments.settings[i].first = setting.key;
+        app.add_option("--" + std::string(setting.key), arguments.settings[i].second, setting.help)
+            ->type_name(setting.value);
     }
     app.add_option("--kmsg", arguments.kmsg, "The file that stands in for the kernel log")
         ->type_name("FILE");
     app.add_option("--preload", arguments.preloads,
-                   "Preload a library ahead of the board, as the "
-                   "runtime of a sanitizer that a plugin of the "
-                   "command needs. May be repeated")
+                   "Preload a library ahead of the board, as the runtime of a sanitizer that a "
+                   "plugin of the command needs. May be repeated")
         ->type_name("LIBRARY")
         ->allow_extra_args(false);
     app.add_option("--library", arguments.library,
-                   "The board's library, where it isn't found "
-                   "beside this program")
+                   "The board's library, where it isn't found beside this program")
         ->type_name("FILE");
-    app.add_option("command", arguments.command, "The command to start")->type_name("COMMAND");
-    app.positionals_at_end();
+}
 
+} // namespace
+
+int main(int argc, char** argv)
+{
+    CLI::App app(kDescription, "zevo-board");
+    app.formatter(std::make_shared<HelpFormatter>());
+    app.footer(kFooter);
+    Arguments arguments;
+    bool isList = false;
+    AddOptions(app, arguments, isList);
+    char** const end = argv + argc;
+    char** const separator =
+        std::find_if(argv, end, [](const char* word) { return std::strcmp(word, "--") == 0; });
+    if (separator != end)
+        arguments.command.assign(separator + 1, end + 1);
     try {
-        app.parse(argc, argv);
+        app.parse(static_cast<int>(separator - argv), argv);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0)
             return app.exit(error);
@@ -244,8 +246,8 @@ int main(int argc, char** argv)
     try {
         if (arguments.board.empty())
             throw std::invalid_argument("--board is missing; zevo-board --list shows the boards");
-        if (arguments.command.empty())
-            throw std::invalid_argument("there is no command to start");
+        if (arguments.command.size() < 2)
+            throw std::invalid_argument("there is no command to start; it stands behind --");
         setenv(zevo_sim::kBoardVariable, MakeOptions(arguments).ToText().c_str(), 1);
         return Start(arguments);
     } catch (const std::exception& error) {

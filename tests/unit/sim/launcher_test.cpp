@@ -55,6 +55,9 @@ TEST(Launcher, ExitCodesAndMessages)
         {"--board imx8mm -- sh -c 'exit 42'", 42, ""},
         {"--board imx8mm -- cat /sys/devices/soc0/soc_id", 0, "i.MX8MM"},
         {"--board imx8mm -- cat /dev/video3", 1, "No such file"},
+        {"--board imx8mm true", 2, "true"},
+        {"--board imx8mm -- printf '<%s>' -- --x '' '[a,b]' --help", 0,
+         "<--><--x><><[a,b]><--help>"},
     };
     for (const auto& c : cases) {
         const Outcome outcome = RunLauncher(c.arguments);
