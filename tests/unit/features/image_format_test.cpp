@@ -169,6 +169,24 @@ TEST(ImageFormat, SmallerScaleEnlargesTheSensor)
     EXPECT_THAT(registers.words(kScaledSensorWidth, 2), ElementsAre(5184, 3888));
 }
 
+// The image has to cover its minimum on the sensor, rounded up, and to fit on it, rounded down.
+TEST(ImageFormat, SizeLimitsTheScale)
+{
+    const struct {
+        std::uint32_t width, height, min, max;
+    } kCases[] = {
+        {104, 1944, 93, 100},  {2592, 112, 93, 100}, {96, 104, 100, 1869},
+        {104, 104, 100, 1869}, {320, 352, 30, 552},  {1920, 1080, 30, 135},
+    };
+    for (const auto& c : kCases) {
+        Registers registers;
+        registers.open();
+        EXPECT_EQ(registers.write32(kWidth, c.width), 0);
+        EXPECT_EQ(registers.write32(kHeight, c.height), 0);
+        EXPECT_THAT(LimitsOf(registers, kScalingFactor), ElementsAre(c.min, c.max, 1)) << c.width;
+    }
+}
+
 TEST(ImageFormat, PixelFormatBringsItsWords)
 {
     Registers registers;
@@ -261,6 +279,19 @@ TEST(ImageFormat, SurvivesAnyPlatform)
         EXPECT_GE(registers.read32(kWidth), std::min(limits.minWidth, limits.maxWidth));
         EXPECT_LE(registers.read32(kWidth), std::max(limits.minWidth, limits.maxWidth));
     }
+}
+
+// A quotient by nothing is 0.
+TEST(ImageFormat, PlatformWithoutAnImageLeavesZeros)
+{
+    Registers registers(Platform({0, 0, 0, 0, 0, 0}));
+    registers.camera->run();
+    EXPECT_THAT(registers.journal.take(),
+                testing::IsSupersetOf({"module SetWidth 0", "module SetScalingFactor 0",
+                                       "module SetOffsetX 0", "grabber SetPayloadSize 0"}));
+    EXPECT_EQ(registers.words(kScalingFactor - 12, 4), (Words{30, 0, 1, 0}));
+    EXPECT_EQ(registers.words(kOffsetX - 12, 4), (Words{0, 0, 1, 0}));
+    EXPECT_THAT(registers.words(kScaledSensorWidth, 2), ElementsAre(0, 0));
 }
 
 TEST(ImageFormat, FailingCallEndsTheChain)

@@ -341,14 +341,19 @@ TEST(PollThread, PollsUntilItIsStopped)
     EXPECT_EQ(polls, last);
 }
 
-// A stop that waited for the period would outlast the test's limit.
+// A stop that waited for the period would outlast the test's limit. Many rounds, so that the
+// thread is met ahead of its wait as well as in it.
 TEST(PollThread, StopsInTheMiddleOfAPeriod)
 {
-    int polls = 0;
-    PollThread thread(std::chrono::hours(1), [&] { ++polls; });
-    thread.Start();
-    thread.Stop();
-    EXPECT_EQ(polls, 0);
+    for (int round = 0; round < 200; ++round) {
+        int polls = 0;
+        PollThread thread(std::chrono::hours(1), [&] { ++polls; });
+        thread.Start();
+        for (int i = 0; i < round; ++i)
+            std::this_thread::yield();
+        thread.Stop();
+        EXPECT_EQ(polls, 0);
+    }
 }
 
 } // namespace
