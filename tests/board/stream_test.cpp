@@ -72,8 +72,9 @@ TEST(Stream, DeliversWholeFramesWithTheirInfos)
         previousTime = time;
         const auto number = numberIn(camera, buffer);
         ASSERT_TRUE(number) << "a torn frame";
-        if (previousNumber)
+        if (previousNumber) {
             EXPECT_GT(*number, *previousNumber);
+        }
         previousNumber = number;
         camera.giveBack(buffer);
     }
@@ -107,8 +108,14 @@ TEST(Stream, FrameIdsAndLossesAddUpForASlowConsumer)
         camera.giveBack(buffer);
     }
     EXPECT_EQ(held, 3u);
-    // What the counter says beyond the last frame's number was dropped behind it.
-    EXPECT_GE(camera.lost() + delivered, lastId);
+    // Once the consumer keeps up, every number is either delivered or counted as lost.
+    for (int frame = 0; frame < 5; ++frame, ++delivered) {
+        const BUFFER_HANDLE buffer = camera.take();
+        ASSERT_TRUE(buffer) << lastError();
+        lastId = camera.info(buffer, BUFFER_INFO_FRAMEID);
+        camera.giveBack(buffer);
+    }
+    EXPECT_EQ(camera.lost() + delivered, lastId);
     EXPECT_EQ(camera.lost(), camera.info(static_cast<STREAM_INFO_CMD>(STREAM_INFO_NUM_UNDERRUN)));
     camera.stop();
 }
@@ -198,8 +205,9 @@ TEST(Stream, AfterAStopBuffersWaitUnfilledInTheInputQueue)
     camera.stop();
     for (const BUFFER_HANDLE buffer : camera.buffers) {
         EXPECT_EQ(camera.info(buffer, BUFFER_INFO_IS_ACQUIRING), 0u);
-        if (camera.info(buffer, BUFFER_INFO_NEW_DATA) == 0)
+        if (camera.info(buffer, BUFFER_INFO_NEW_DATA) == 0) {
             EXPECT_EQ(camera.info(buffer, 1001), 15u);
+        }
     }
     EXPECT_EQ(producer().DSStopAcquisition(camera.stream, 0), GC_ERR_RESOURCE_IN_USE);
 }

@@ -278,8 +278,9 @@ TEST(Device, AResetTellsWhoeverAskedForIt)
             size_t size = sizeof data;
             const GC_ERROR expected = record < row.records ? GC_ERR_SUCCESS : GC_ERR_TIMEOUT;
             EXPECT_EQ(producer().EventGetData(event, data, &size, 0), expected);
-            if (expected == GC_ERR_SUCCESS)
+            if (expected == GC_ERR_SUCCESS) {
                 EXPECT_EQ(data[1], 0x1234u);
+            }
         }
     }
     EXPECT_EQ(producer().GCUnregisterEvent(open.device, EVENT_MODULE), GC_ERR_SUCCESS);
