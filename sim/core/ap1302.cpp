@@ -272,6 +272,8 @@ bool Ap1302::CountDown(Pending& pending, bool isStuck)
 
 void Ap1302::TakeBootData(std::uint16_t address, std::uint8_t value)
 {
+    if (loader_ >= Loader::Running)
+        return;
     const auto& image = options_.firmware;
     const std::size_t end = loader_ == Loader::FirstStage    ? options_.firstStageSize
                             : loader_ == Loader::SecondStage ? image.size()

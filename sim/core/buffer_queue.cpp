@@ -29,7 +29,7 @@ std::shared_ptr<BufferMemory> BufferMemory::Allocate(std::size_t length, unsigne
         sys::Map(nullptr, total, PROT_READ | PROT_WRITE, MAP_SHARED, memory->file.Get(), 0);
     if (address < 0 && address > -4096)
         return nullptr;
-    memory->view = Mapping(reinterpret_cast<void*>(address), total);
+    memory->view = Mapping(sys::ToPointer(static_cast<std::uint64_t>(address)), total);
     memory->length = length;
     memory->buffers.resize(count);
     for (unsigned i = 0; i < count; ++i)

@@ -416,7 +416,9 @@ long CaptureNode::Map(OpenFile& file, void* address, std::size_t length, int pro
         if (mapped < 0 && mapped > -4096)
             return mapped;
         ++buffer.mapCount;
-        areas_.push_back({reinterpret_cast<const char*>(mapped), length, memory, i});
+        areas_.push_back(
+            {static_cast<const char*>(sys::ToPointer(static_cast<std::uint64_t>(mapped))), length,
+             memory, i});
         return mapped;
     }
     return -EINVAL;

@@ -27,7 +27,7 @@ int Export(const std::vector<Item>& items, std::uint32_t room, std::uint64_t tar
         return 0;
     if (room < items.size())
         return -ENOSPC;
-    std::memcpy(reinterpret_cast<void*>(target), items.data(), items.size() * sizeof(Item));
+    std::memcpy(sys::ToPointer(target), items.data(), items.size() * sizeof(Item));
     return 0;
 }
 

@@ -75,7 +75,10 @@ void DrawRamps(Canvas& canvas)
 {
     constexpr int left = 100;
     constexpr int width = 2400;
-    canvas.Shade(left, 440, width, 110, [](int x, int) { return Grey((x - left) / 150 * 17); });
+    canvas.Shade(left, 440, width, 110, [](int x, int) {
+        const int step = (x - left) / 150;
+        return Grey(step * 17);
+    });
     const auto level = [](int x) { return ToByte((x - left) * 255.0 / (width - 1)); };
     canvas.Shade(left, 550, width, 80, [&](int x, int) { return Grey(level(x)); });
     canvas.Shade(left, 650, width, 70, [&](int x, int) { return Colour{level(x), 0, 0}; });

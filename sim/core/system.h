@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 
 namespace zevo_sim
@@ -128,6 +129,12 @@ inline int Resize(int fd, std::size_t size)
 inline long Map(void* address, std::size_t size, int protection, int flags, int fd, long offset)
 {
     return Call(SYS_mmap, address, size, protection, flags, fd, offset);
+}
+
+/// An address as the kernel passes it, among integers.
+inline void* ToPointer(std::uint64_t address)
+{
+    return reinterpret_cast<void*>(address); // NOLINT(performance-no-int-to-ptr)
 }
 
 inline int Unmap(void* address, std::size_t size)

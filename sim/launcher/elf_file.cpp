@@ -112,7 +112,7 @@ std::string FindProgram(const std::string& name)
         return name;
     std::istringstream folders(path);
     for (std::string folder; std::getline(folders, folder, ':');) {
-        const std::string candidate = (folder.empty() ? "." : folder) + "/" + name;
+        std::string candidate = (folder.empty() ? "." : folder) + "/" + name;
         if (access(candidate.c_str(), X_OK) == 0)
             return candidate;
     }

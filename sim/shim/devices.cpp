@@ -6,6 +6,7 @@
 #include <sys/mman.h>
 #include <time.h>
 
+#include "sim/core/system.h"
 #include "sim/shim/board_calls.h"
 #include "sim/shim/next_function.h"
 
@@ -36,7 +37,7 @@ void* MapAnywhere(int fd, void* address, size_t length, int protection, int flag
         errno = static_cast<int>(-result);
         return MAP_FAILED;
     }
-    return reinterpret_cast<void*>(result);
+    return zevo_sim::sys::ToPointer(static_cast<std::uint64_t>(result));
 }
 
 int RealPoll(pollfd* entries, nfds_t count, const timespec* timeout, const sigset_t* mask)

@@ -193,12 +193,12 @@ int ReadAll(DirectoryStream& stream, dirent*** names, Filter* filter, Compare* c
         memcpy(copy, entry, std::min<std::size_t>(entry->d_reclen, sizeof(dirent)));
         list.push_back(copy);
     }
-    *names = static_cast<dirent**>(malloc((list.size() + 1) * sizeof(dirent*)));
+    *names = static_cast<dirent**>(malloc((list.size() + 1) * sizeof(void*)));
     if (!*names)
         return -1;
     std::copy(list.begin(), list.end(), *names);
     if (compare)
-        qsort(*names, list.size(), sizeof(dirent*),
+        qsort(*names, list.size(), sizeof(void*),
               reinterpret_cast<int (*)(const void*, const void*)>(compare));
     return static_cast<int>(list.size());
 }

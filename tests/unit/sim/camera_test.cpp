@@ -339,6 +339,34 @@ TEST(Isp, AtomicRecordTakesEffectTogether)
     EXPECT_EQ(camera->PeekIsp16(isp::kPreviewRoiX0), 300);
 }
 
+TEST(Isp, StuckActionsNeverEnd)
+{
+    DrivenCamera camera;
+    camera.Boot();
+    Misbehaviour stuck;
+    stuck.isAtomicStuck = true;
+    stuck.isDmaStuck = true;
+    camera->SetMisbehaviour(stuck);
+    camera.Write(isp::kAtomic, 1);
+    camera.Write(isp::kPreviewRoiX0, 100);
+    camera.Write(isp::kAtomic, 7);
+    camera.Write(isp::kDmaControl, 50);
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(camera.Read(isp::kAtomic) & 1, 1);
+        EXPECT_NE(camera.Read(isp::kDmaControl) & 7, 0);
+    }
+    EXPECT_NE(camera->PeekIsp16(isp::kPreviewRoiX0), 100);
+
+    stuck = {};
+    stuck.isChecksumWrong = true;
+    DrivenCamera other;
+    other->SetMisbehaviour(stuck);
+    other.Boot();
+    EXPECT_EQ(other.Read(isp::kBootDataStage), 0xFFFF);
+    EXPECT_NE(other.Read(isp::kBootDataChecksum), 0xE3C8);
+    EXPECT_FALSE(other->IsStreaming());
+}
+
 TEST(Isp, DmaEngineReachesTheSensor)
 {
     CameraOptions options;
