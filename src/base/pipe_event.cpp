@@ -12,6 +12,18 @@ namespace GenTLProducer
 namespace
 {
 
+// A thread may depend on the one byte to stop: a system that fails for once isn't taken at its
+// word. Interruptions don't count; a read from the empty pipe is no failure.
+template <typename Call>
+void insist(Call call) noexcept
+{
+    constexpr int kAttempts = 3;
+    for (int failures = 0; failures < kAttempts && call() == -1 && errno != EAGAIN;) {
+        if (errno != EINTR)
+            ++failures;
+    }
+}
+
 bool makeNonBlocking(int fd)
 {
     const int flags = ::fcntl(fd, F_GETFL);
@@ -53,15 +65,13 @@ void PipeEvent::Signal() noexcept
     if (IsSignalled())
         return;
     const char byte = 1;
-    while (::write(writeEnd_.get(), &byte, 1) == -1 && errno == EINTR) {
-    }
+    insist([&] { return ::write(writeEnd_.get(), &byte, 1); });
 }
 
 void PipeEvent::Clear() noexcept
 {
     char byte = 0;
-    while (::read(readEnd_.get(), &byte, 1) == -1 && errno == EINTR) {
-    }
+    insist([&] { return ::read(readEnd_.get(), &byte, 1); });
 }
 
 bool PipeEvent::IsSignalled() const noexcept
