@@ -1,0 +1,194 @@
+// The library as a guest in somebody else's process: loaded, unloaded, started as a program, left
+// behind without a word.
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <dlfcn.h>
+#include <regex>
+#include <set>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "camera.h"
+
+namespace
+{
+
+std::string outputOf(const std::string& command, int* status = nullptr)
+{
+    std::string output;
+    FILE* const pipe = ::popen(command.c_str(), "r");
+    char part[512];
+    while (pipe && std::fgets(part, sizeof part, pipe))
+        output += part;
+    const int result = ::pclose(pipe);
+    if (status)
+        *status = result;
+    return output;
+}
+
+bool isMapped()
+{
+    return !outputOf("grep GenTLProducerZEVO /proc/" + std::to_string(::getpid()) + "/maps")
+                .empty();
+}
+
+// Something that takes the library through all its layers.
+void useIt(Producer& loaded)
+{
+    EXPECT_EQ(loaded.GCInitLib(), GC_ERR_SUCCESS);
+    TL_HANDLE system = nullptr;
+    IF_HANDLE interface = nullptr;
+    DEV_HANDLE device = nullptr;
+    char id[256] = {};
+    size_t size = sizeof id;
+    EXPECT_EQ(loaded.TLOpen(&system), GC_ERR_SUCCESS);
+    EXPECT_EQ(loaded.TLOpenInterface(system, "Tolmen ZEVO GenTL Interface Module", &interface),
+              GC_ERR_SUCCESS);
+    EXPECT_EQ(loaded.IFUpdateDeviceList(interface, nullptr, 0), GC_ERR_SUCCESS);
+    EXPECT_EQ(loaded.IFGetDeviceID(interface, 0, id, &size), GC_ERR_SUCCESS);
+    EXPECT_EQ(loaded.IFOpenDevice(interface, id, DEVICE_ACCESS_EXCLUSIVE, &device), GC_ERR_SUCCESS);
+}
+
+} // namespace
+
+TEST(Library, ExportsTheFunctionsOfTheInterfaceAndNothingElse)
+{
+    std::set<std::string> expected;
+#define GENTL_FUNCTION(name) expected.insert(#name);
+#include <gentl/gentl_functions.inc>
+#undef GENTL_FUNCTION
+    EXPECT_EQ(expected.size(), 57u);
+    std::set<std::string> exported;
+    const std::string table = outputOf("nm -D --defined-only " + producerPath());
+    const std::regex row(R"([0-9a-f]+ (\w) (\w+))");
+    for (std::sregex_iterator match(table.begin(), table.end(), row), end; match != end; ++match) {
+        EXPECT_EQ((*match)[1], "T") << (*match)[2];
+        exported.insert((*match)[2]);
+    }
+    EXPECT_EQ(exported, expected);
+}
+
+TEST(Library, NeedsNothingBeyondTheSystemsOwnLibraries)
+{
+    const std::string table = outputOf("readelf -d " + producerPath());
+    const std::regex row(R"(NEEDED.*\[(.*)\])");
+    for (std::sregex_iterator match(table.begin(), table.end(), row), end; match != end; ++match)
+        EXPECT_THAT((*match)[1].str(),
+                    testing::MatchesRegex("(libstdc|libgcc_s|libm|libc|ld-linux|libasan|libubsan|"
+                                          "libtsan)[-+_.a-z0-9]*"));
+}
+
+TEST(Library, CanBeLoadedAndUnloadedOverAndOver)
+{
+    for (int round = 0; round < 5; ++round) {
+        Producer loaded = loadProducer(RTLD_NOW | RTLD_LOCAL);
+        useIt(loaded);
+        EXPECT_EQ(loaded.GCCloseLib(), GC_ERR_SUCCESS);
+        unloadProducer(loaded);
+        EXPECT_FALSE(isMapped());
+    }
+}
+
+TEST(Library, StaysInMemoryWhileItIsInitialised)
+{
+    Producer loaded = loadProducer(RTLD_NOW | RTLD_LOCAL);
+    const auto close = loaded.GCCloseLib;
+    useIt(loaded); // leaves a thread running in the library's code
+    unloadProducer(loaded);
+    EXPECT_TRUE(isMapped());
+    Producer again = loadProducer(RTLD_NOW | RTLD_LOCAL);
+    EXPECT_EQ(again.GCCloseLib, close);
+    EXPECT_EQ(again.GCCloseLib(), GC_ERR_SUCCESS);
+    unloadProducer(again);
+    EXPECT_FALSE(isMapped());
+}
+
+TEST(Library, AThreadThatUsedItMayOutliveIt)
+{
+    std::atomic<bool> isUsed{false};
+    std::atomic<bool> isUnloaded{false};
+    Producer loaded = loadProducer(RTLD_NOW | RTLD_LOCAL);
+    EXPECT_EQ(loaded.GCInitLib(), GC_ERR_SUCCESS);
+    std::thread user([&] {
+        EXPECT_EQ(loaded.TLClose(nullptr), GC_ERR_INVALID_HANDLE) << "which leaves a record";
+        isUsed = true;
+        while (!isUnloaded)
+            std::this_thread::yield();
+    });
+    while (!isUsed)
+        std::this_thread::yield();
+    EXPECT_EQ(loaded.GCCloseLib(), GC_ERR_SUCCESS);
+    unloadProducer(loaded);
+    EXPECT_FALSE(isMapped());
+    isUnloaded = true;
+    user.join(); // its end runs no code of the library
+}
+
+TEST(LibraryDeathTest, AProcessMayExitInTheMiddleOfStreaming)
+{
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    EXPECT_EXIT(
+        {
+            auto* const camera = new Streaming;
+            camera->start(3);
+            camera->take();
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST(Library, AForkedChildMayExit)
+{
+    Streaming camera;
+    camera.start(3);
+    ASSERT_TRUE(camera.take());
+    const pid_t child = ::fork();
+    if (child == 0)
+        ::_exit(7);
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(WEXITSTATUS(status), 7);
+    EXPECT_TRUE(camera.take()) << "and the parent streams on";
+    camera.stop();
+}
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(ZEVO_THREAD_SANITIZER)
+TEST(Library, StartedAsAProgramItPrintsItsVersionAndEnds)
+{
+    int status = -1;
+    const std::string output = outputOf(producerPath(), &status);
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(std::regex_match(
+        output, std::regex("GenTLProducerZEVO[^\n]*\nVersion 2\\.0\\.0\nTag: 2\\.0\\.0\n"
+                           "Commit: [0-9a-f]{8}\nDate: \\w{3}, \\d+ \\w{3} \\d{4} "
+                           "\\d\\d:\\d\\d:\\d\\d [-+]\\d{4}\n")))
+        << output;
+}
+
+TEST(Library, CanBeBoundDeeplyAsSomeConsumersDo)
+{
+    Producer loaded = loadProducer(RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND);
+    useIt(loaded);
+    EXPECT_EQ(loaded.GCCloseLib(), GC_ERR_SUCCESS);
+    unloadProducer(loaded);
+}
+#endif
+
+TEST(Library, SaysNothingUnlessItIsAsked)
+{
+    testing::internal::CaptureStderr();
+    testing::internal::CaptureStdout();
+    {
+        Streaming camera;
+        camera.start(3);
+        ASSERT_TRUE(camera.take());
+        camera.stop();
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
