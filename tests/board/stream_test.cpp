@@ -1,6 +1,9 @@
 // Frames from a simulated camera in a consumer's buffers.
 #include <thread>
 
+#include <csignal>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include "base/pfnc.h"
@@ -79,6 +82,23 @@ TEST(Stream, DeliversWholeFramesWithTheirInfos)
         camera.giveBack(buffer);
     }
     camera.stop();
+}
+
+TEST(Stream, KeepsTheConsumersSignalsOffItsThreads)
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGUSR1);
+    {
+        Streaming camera; // its poll thread runs from here on, its capture thread from the start
+        camera.start(2);
+        pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+        kill(getpid(), SIGUSR1); // would go to any thread that lets it through, and kill
+        ASSERT_TRUE(camera.take());
+        camera.stop();
+    }
+    EXPECT_EQ(sigwaitinfo(&signals, nullptr), SIGUSR1);
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
 TEST(Stream, FrameIdsAndLossesAddUpForASlowConsumer)

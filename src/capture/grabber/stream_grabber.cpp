@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cinttypes>
 
+#include "base/signal_block.h"
 #include "capture/grabber/pixel_format_table.h"
 #include "image/copy_processing.h"
 #include "trace/v4lx_trace.h"
@@ -336,6 +337,7 @@ bool StreamGrabber::startCaptureThread()
 {
     const Lock lock(m_mutex);
     try {
+        const GenTLProducer::SignalBlock noSignals;
         m_captureThread = std::thread([this] { runCaptureThread(); });
         m_state = State::Capturing;
         return true;

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "base/signal_block.h"
+
 namespace GenTLProducer
 {
 
@@ -18,6 +20,7 @@ PollThread::~PollThread()
 
 void PollThread::Start()
 {
+    const SignalBlock noSignals;
     thread_ = std::thread([this] { Run(); });
 }
 
