@@ -7,8 +7,7 @@
 
 #include "../bus/memory_bridge.h"
 #include "image/ap1302_image_processing.h"
-#include "module/trigger_feature.h"
-#include "simulated_module.h"
+#include "opened_module.h"
 
 namespace
 {
@@ -17,56 +16,6 @@ using namespace mcm;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::HasSubstr;
-using Lines = std::vector<std::string>;
-
-zevo_sim::CameraOptions running(std::uint8_t lanes = 4)
-{
-    zevo_sim::CameraOptions options;
-    options.isRunning = true;
-    options.laneCount = lanes;
-    return options;
-}
-
-/// A camera module over a simulated camera whose firmware runs already.
-class Opened : public SimulatedModule
-{
-public:
-    explicit Opened(const zevo_sim::CameraOptions& options = running())
-        : SimulatedModule(options), control(controlDevice()),
-          module(control, csi(), makeTriggerFeature, clock)
-    {
-        camera.ClearTransfers();
-    }
-
-    Lines transfersOf(const std::function<void()>& use)
-    {
-        takeIspTransfers();
-        use();
-        return takeIspTransfers();
-    }
-    std::uint16_t peek(std::uint16_t address) const { return camera.PeekIsp16(address); }
-
-    std::shared_ptr<McmDevice> control;
-    CameraModuleAP1302 module;
-};
-
-/// The same, behind Initialize.
-class Idle : public Opened
-{
-public:
-    explicit Idle(const zevo_sim::CameraOptions& options = running()) : Opened(options)
-    {
-        module.Initialize();
-        camera.ClearTransfers();
-    }
-};
-
-std::string stderrOf(const std::function<void()>& use)
-{
-    testing::internal::CaptureStderr();
-    use();
-    return testing::internal::GetCapturedStderr();
-}
 
 const Lines kIdentity = {"r 0000", "r 0004", "r 0042", "r 6002", "r 6134"};
 const Lines kForcedStall = {"r 601a", "w 601a 0040", "r 601a",     "r 601a",
@@ -136,15 +85,7 @@ TEST(CameraModule, LaneCountZeroLeavesTheLinkAlone)
 TEST(CameraModule, UnexpectedToneMappingIsReportedOnly)
 {
     Opened opened(zevo_sim::CameraOptions{});
-    // The firmware sets the register; a clear bit behind its back needs the register's read.
-    FakeNode node([&](unsigned long request, void* argument) {
-        const int result = opened.camera.Ioctl(request, argument);
-        auto* transfer = static_cast<tolmen_register_transfer*>(argument);
-        if (request == TOLMEN_IOC_READ_REGISTER &&
-            transfer->address == zevo_sim::CciAddress(0x52CA))
-            transfer->payload[1] = 0x1F;
-        return result;
-    });
+    const FixedRegisters changed(opened, {{0x52CA, 0x041F}});
     EXPECT_THAT(stderrOf([&] { opened.module.Initialize(); }),
                 HasSubstr("[000000] WARNING: ISP ATM register has an unexpected value. Expected "
                           "ATM_CTRL_REFERENCE_AUTO=0x043f received 0x41f\n"));
