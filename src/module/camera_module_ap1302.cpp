@@ -2,6 +2,7 @@
 #include "module/camera_module_ap1302.h"
 
 #include <algorithm>
+#include <exception>
 
 #include "image/ap1302_image_processing.h"
 #include "module/isp_firmware.h"
@@ -18,7 +19,6 @@ using namespace std::chrono_literals;
 constexpr std::uint16_t kIspI2cAddress = 60;
 constexpr std::uint32_t kSensorWidth = 2600;
 constexpr std::uint32_t kSensorHeight = 1952;
-constexpr std::uint32_t kAtmControlDefault = 0x043F;
 
 constexpr std::uint32_t kStallModeToggle = 1;
 constexpr auto kStallTimeout = 10100ms;
@@ -49,11 +49,18 @@ CameraModuleAP1302::CameraModuleAP1302(std::shared_ptr<McmDevice> controlDevice,
                                        const IClock& clock)
     : controlDevice_(std::move(controlDevice)), isp_(controlDevice_->getI2cDevice(kIspI2cAddress)),
       imageProcessing_(std::make_shared<V4lX::AP1302ImageProcessing>()),
-      trigger_(makeTrigger(isp_)), csi_(csi), clock_(clock)
+      trigger_(makeTrigger(isp_, clock)), csi_(csi), clock_(clock)
 {
 }
 
-CameraModuleAP1302::~CameraModuleAP1302() = default;
+CameraModuleAP1302::~CameraModuleAP1302()
+{
+    try {
+        RestoreTestPatternSavedRegs();
+    } catch (const std::exception&) {
+        // The module may be gone, and there is nobody to tell.
+    }
+}
 
 void CameraModuleAP1302::Initialize()
 {
@@ -69,7 +76,7 @@ void CameraModuleAP1302::Initialize()
 void CameraModuleAP1302::CheckAdaptiveToneMappingRegister()
 {
     const std::uint32_t value = isp_.ATM_CTRL();
-    if (value == kAtmControlDefault)
+    if (value == kAtmAuto)
         return;
     MCM_LOG(kLogWarning, kLogAlways) << "ISP ATM register has an unexpected value. "
                                         "Expected ATM_CTRL_REFERENCE_AUTO=0x043f received 0x"
@@ -185,6 +192,21 @@ void CameraModuleAP1302::AcquisitionStop()
     SetStreaming(false);
     isAcquisitionRunning_ = false;
     trigger_->AcquisitionStop();
+}
+
+void CameraModuleAP1302::ConfigureTrigger(const TriggerConfiguration& configuration)
+{
+    trigger_->ConfigureTrigger(configuration);
+}
+
+void CameraModuleAP1302::ExecuteSoftwareTrigger(std::uint32_t selector)
+{
+    trigger_->ExecuteSoftwareTrigger(static_cast<TriggerSelector>(selector));
+}
+
+void CameraModuleAP1302::ConfigurePeriodicSignal(const PeriodicSignalConfiguration& configuration)
+{
+    trigger_->ConfigurePeriodicSignal(configuration);
 }
 
 void CameraModuleAP1302::DeviceReset()

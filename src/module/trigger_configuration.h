@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 namespace mcm
 {
@@ -31,6 +32,11 @@ enum class TriggerActivation : std::uint32_t {
     LevelHigh = 3,
     LevelLow = 4,
 };
+
+// The names as log lines print them.
+std::string toText(TriggerSelector selector);
+std::string toText(TriggerSourceType type);
+std::string toText(TriggerActivation activation);
 
 /// Argument of ICameraModule::ConfigureTrigger.
 struct TriggerConfiguration {
