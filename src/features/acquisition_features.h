@@ -1,4 +1,4 @@
-// The acquisition commands, and the locks that follow from them.
+// The acquisition commands.
 #pragma once
 
 #include "features/acquisition_state_machine.h"
@@ -7,6 +7,8 @@
 namespace GenTLProducer
 {
 
+/// Brings the commands to the state machine. What the module throws passes through and leaves
+/// everything as it was.
 class AcquisitionFeatures final
 {
 public:
@@ -15,21 +17,12 @@ public:
     {
     }
 
-    // The commands: an event of the state machine, then the lock rule.
     void start();
     void stop();
     void abort();
 
-    void applyTLParamsLocked();
-    /// Offers the start or the end of feature streaming, neither while the format is locked.
-    void offerStreamingCommands();
-
 private:
-    /// Turns the acquisition state into locks. Runs behind every event, whether it did anything
-    /// or not.
-    void applyLocks();
-    void applyFormatLock();
-    bool isFormatLocked() const;
+    void takeState();
 
     FeatureContext& context_;
     AcquisitionStateMachine machine_;

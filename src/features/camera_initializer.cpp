@@ -21,7 +21,7 @@ void CameraInitializer::run()
 void CameraInitializer::requestDefaults()
 {
     for (const RegisterRow& row : DeviceRegisterRows()) {
-        if (row.behaviour.role == Role::Feature || row.behaviour.role == Role::Setting)
+        if (row.behaviour.action != nullptr)
             camera_.context_.registers.request(row.key, row.behaviour.initial);
     }
 }

@@ -4,6 +4,7 @@
 
 #include "base/exception.h"
 #include "features/camera_initializer.h"
+#include "features/feature_conditions.h"
 
 namespace GenTLProducer
 {
@@ -25,8 +26,8 @@ std::vector<RegisterMap::Entry> BuildEntries(IRegister& bootstrap, RegisterBank&
 
 CameraRegisters::CameraRegisters(RuntimeMCM& runtime)
     : context_(runtime, *this), bootstrap_(mcm::AbrmDevice(runtime.module)),
-      groups_(context_, context_), entries_(BuildEntries(bootstrap_.map(), context_.registers)),
-      map_(kMapSize, entries_)
+      groups_(context_, context_, context_, context_),
+      entries_(BuildEntries(bootstrap_.map(), context_.registers)), map_(kMapSize, entries_)
 {
 }
 
@@ -37,14 +38,12 @@ void CameraRegisters::run()
 
 void CameraRegisters::trig_update()
 {
-    // No feature has an automatic yet.
+    group<PictureFeatures>().requestMeasured();
 }
 
 void CameraRegisters::startStreaming()
 {
     context_.isStreaming = true;
-    applyStreamingState();
-    group<AcquisitionFeatures>().offerStreamingCommands();
 }
 
 void CameraRegisters::endStreaming()
@@ -60,8 +59,23 @@ void CameraRegisters::resetDevice()
 
 void CameraRegisters::applyAll(Occasion occasion)
 {
+    // Also here: if a step fails, the commands are to be had again.
+    UpdateConditions(context_);
+    applyImageFormat(occasion);
+    applyPicture();
+    apply(Reg::TLParamsLocked);
+    group<ImageFormatFeatures>().applyPayloadSize();
+    auto& trigger = group<TriggerFeatures>();
+    trigger.applyPeriodicSignal();
+    trigger.applyExposureMode();
+    trigger.applyHiddenSets();
+    apply(Reg::TlmPeriodicSignalPeriod);
+    UpdateConditions(context_);
+}
+
+void CameraRegisters::applyImageFormat(Occasion occasion)
+{
     auto& format = group<ImageFormatFeatures>();
-    applyStreamingState();
     format.applyPixelFormat();
     format.applyWidth();
     format.applyHeight();
@@ -70,46 +84,58 @@ void CameraRegisters::applyAll(Occasion occasion)
         format.requestCenteredOffsets();
     format.applyOffsetX();
     format.applyOffsetY();
-    group<AcquisitionFeatures>().applyTLParamsLocked();
-    format.applyPayloadSize();
 }
 
-void CameraRegisters::applyStreamingState()
+/// Everything is sent whatever the automatics say: the module keeps it as its manual values.
+void CameraRegisters::applyPicture()
 {
-    constexpr struct {
-        Reg command;
-        Reg word;
-    } kCommands[] = {
-        {Reg::AcquisitionStart, Reg::AcquisitionStartAvailable},
-        {Reg::AcquisitionStop, Reg::AcquisitionStopAvailable},
-        {Reg::AcquisitionAbort, Reg::AcquisitionAbortAvailable},
+    constexpr Reg kExposureToBrightness[] = {Reg::ExposureAuto,
+                                             Reg::ExposureTime,
+                                             Reg::GainAuto,
+                                             Reg::Gain,
+                                             Reg::TestPattern,
+                                             Reg::AcquisitionFrameRateEnable,
+                                             Reg::AcquisitionFrameRate,
+                                             Reg::TlmSharpnessEnhancement,
+                                             Reg::AutoFunctionProfile,
+                                             Reg::TlmBrightness,
+                                             Reg::TlmAdaptiveToneMappingMode,
+                                             Reg::TlmContrastMode};
+    constexpr Reg kColor[] = {Reg::TlmColorSpace, Reg::Gamma};
+    constexpr Reg kBalanceToSaturation[] = {Reg::TlmLightSourcePreset, Reg::BalanceRatioRed,
+                                            Reg::BalanceRatioGreen, Reg::BalanceRatioBlue,
+                                            Reg::TlmSaturation};
+    const auto applyEach = [this](Span<const Reg> keys) {
+        for (const Reg key : keys)
+            apply(key);
     };
-    RegisterBank& registers = context_.registers;
-    const bool isStreaming = context_.isStreaming;
-    for (const RegisterRow& row : DeviceRegisterRows()) {
-        if (row.behaviour.role == Role::Feature)
-            registers.set(row.key, RegisterFlag::Unchecked, isStreaming);
-    }
-    registers.set(Reg::TLParamsLocked, RegisterFlag::WriteLocked, isStreaming);
-    registers.show(Reg::TLParamsLockedLocked, isStreaming);
-    for (const auto& [command, word] : kCommands) {
-        registers.set(command, RegisterFlag::Available, !isStreaming);
-        registers.show(word, !isStreaming);
-    }
+    auto& picture = group<PictureFeatures>();
+    applyEach(kExposureToBrightness);
+    picture.applyContrast();
+    applyEach(kColor);
+    picture.applyBalanceWhiteAuto();
+    applyEach(kBalanceToSaturation);
 }
 
 std::int64_t CameraRegisters::readValue(std::size_t row)
 {
-    return context_.registers.effective(DeviceRegisterRows()[row].key);
+    const auto& [address, key, shape, behaviour] = DeviceRegisterRows()[row];
+    RegisterBank& registers = context_.registers;
+    if (behaviour.role == Role::Live)
+        registers.adopt(key, registers.requested(key));
+    return registers.effective(key);
 }
 
 void CameraRegisters::writeValue(std::size_t row, std::int64_t value)
 {
     const auto& [address, key, shape, behaviour] = DeviceRegisterRows()[row];
+    const bool isFeature = behaviour.role == Role::Feature || behaviour.role == Role::Live;
     if (behaviour.role != Role::Command)
         context_.registers.request(key, value);
-    if (behaviour.role != Role::Feature || !context_.isStreaming)
-        behaviour.action(*this);
+    if (behaviour.action == nullptr || (isFeature && context_.isStreaming))
+        return;
+    behaviour.action(*this, key);
+    UpdateConditions(context_);
 }
 
 const char* CameraRegisters::readText(std::size_t row)

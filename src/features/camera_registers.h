@@ -10,6 +10,8 @@
 #include "features/bootstrap_registers.h"
 #include "features/feature_context.h"
 #include "features/image_format_features.h"
+#include "features/picture_features.h"
+#include "features/trigger_features.h"
 
 namespace GenTLProducer
 {
@@ -36,7 +38,9 @@ public:
     /// Brings in what the camera's automatics have settled on. Called every 500 ms.
     void trig_update();
 
-    // Commands of the register table.
+    // Actions of the register table.
+    /// Makes the request of a feature that stands for itself effective.
+    void apply(Reg key) { context_.apply(key); }
     void startStreaming();
     void endStreaming();
     void resetDevice();
@@ -58,7 +62,8 @@ private:
     enum class Occasion { Opening, StreamingEnd };
 
     void applyAll(Occasion occasion);
-    void applyStreamingState();
+    void applyImageFormat(Occasion occasion);
+    void applyPicture();
 
     std::int64_t readValue(std::size_t row) override;
     void writeValue(std::size_t row, std::int64_t value) override;
@@ -67,7 +72,7 @@ private:
 
     FeatureContext context_;
     BootstrapRegisters bootstrap_;
-    std::tuple<ImageFormatFeatures, AcquisitionFeatures> groups_;
+    std::tuple<ImageFormatFeatures, PictureFeatures, AcquisitionFeatures, TriggerFeatures> groups_;
     std::vector<RegisterMap::Entry> entries_;
     RegisterMap map_;
 };

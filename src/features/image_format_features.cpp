@@ -35,7 +35,7 @@ std::int64_t RoundDown(std::int64_t value, std::int64_t increment)
 }
 
 /// Row of an entry among the handled formats, the first for one that isn't handled.
-std::uint32_t HandledRow(std::uint32_t entry)
+std::uint32_t HandledRow(std::int64_t entry)
 {
     for (std::uint32_t row = 0; row < kHandledFormatCount; ++row) {
         if (PixelFormatIndex(kHandledFormats[row].pfncValue) == entry)
@@ -92,7 +92,7 @@ void ImageFormatFeatures::showSizeLimits(const ImageAxis& axis, const Limits& li
 void ImageFormatFeatures::applyPixelFormat()
 {
     RegisterBank& registers = context_.registers;
-    const std::uint32_t row = HandledRow(registers.adoptFirstValid(Reg::PixelFormat));
+    const std::uint32_t row = HandledRow(registers.adoptValid(Reg::PixelFormat));
     const HandledFormat& format = kHandledFormats[FirstValid(row, availableFormats_)];
 
     registers.adopt(Reg::PixelFormat, PixelFormatIndex(format.pfncValue));
@@ -114,7 +114,7 @@ void ImageFormatFeatures::applyHeight()
 
 void ImageFormatFeatures::applySize(const ImageAxis& axis)
 {
-    const std::int64_t size = context_.registers.adoptWithinLimits(axis.size);
+    const std::int64_t size = context_.registers.adoptValid(axis.size);
     (context_.runtime.*axis.sendSize)(static_cast<std::uint32_t>(size));
 }
 
@@ -125,7 +125,7 @@ void ImageFormatFeatures::applyScalingFactor()
     const Limits high = scaleLimits(kVertical);
     registers.setLimits(Reg::TlmScalingFactor, {std::max({wide.min, high.min, kLowestScale}),
                                                 std::min(wide.max, high.max), 1});
-    const std::int64_t scale = registers.adoptWithinLimits(Reg::TlmScalingFactor);
+    const std::int64_t scale = registers.adoptValid(Reg::TlmScalingFactor);
     for (const ImageAxis& axis : {kHorizontal, kVertical}) {
         registers.setLimits(axis.offset, offsetLimits(axis, scale));
         registers.show(axis.scaledSensor, Quotient(axis.sensorSize * kPercent, scale));
@@ -163,7 +163,7 @@ void ImageFormatFeatures::applyOffsetY()
 void ImageFormatFeatures::applyOffset(const ImageAxis& axis)
 {
     RegisterBank& registers = context_.registers;
-    const std::int64_t offset = registers.adoptWithinLimits(axis.offset);
+    const std::int64_t offset = registers.adoptValid(axis.offset);
     const std::int64_t onSensor =
         RoundDown(offset * registers.effective(Reg::TlmScalingFactor) / kPercent,
                   registers.limits(axis.offset).inc);
@@ -208,16 +208,6 @@ void ImageFormatFeatures::writeScalingFactor()
 {
     applyScalingFactor();
     applyOffsetX();
-    applyOffsetY();
-}
-
-void ImageFormatFeatures::writeOffsetX()
-{
-    applyOffsetX();
-}
-
-void ImageFormatFeatures::writeOffsetY()
-{
     applyOffsetY();
 }
 

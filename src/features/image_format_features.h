@@ -48,8 +48,6 @@ public:
     void writeWidth();
     void writeHeight();
     void writeScalingFactor();
-    void writeOffsetX();
-    void writeOffsetY();
     void centerX();
     void centerY();
 

@@ -22,18 +22,16 @@ void RegisterBank::adopt(Reg key, std::int64_t value)
     valueOf(key) = {value, value};
 }
 
-std::int64_t RegisterBank::adoptWithinLimits(Reg key)
+std::int64_t RegisterBank::adoptValid(Reg key)
 {
-    const std::int64_t value = WithinLimits(requested(key), limits(key));
+    std::int64_t value = requested(key);
+    const RegisterFamily family = RowOf(key).shape.family;
+    if (family == RegisterFamily::EnumRW)
+        value = FirstValid(value, set_.validMask(rowOf(key)));
+    else if (family == RegisterFamily::NumericRW || family == RegisterFamily::IntRW)
+        value = WithinLimits(value, limits(key));
     adopt(key, value);
     return value;
-}
-
-std::uint32_t RegisterBank::adoptFirstValid(Reg key)
-{
-    const std::uint32_t index = FirstValid(requested(key), set_.validMask(rowOf(key)));
-    adopt(key, index);
-    return index;
 }
 
 std::uint32_t FirstValid(std::int64_t index, std::uint32_t mask)

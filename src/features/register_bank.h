@@ -30,11 +30,10 @@ public:
     void show(Reg key, std::int64_t value) { valueOf(key).effective = value; }
     /// Makes a value both requested and effective.
     void adopt(Reg key, std::int64_t value);
-    /// Brings the requested value within the limits and onto the grid, and adopts it.
-    std::int64_t adoptWithinLimits(Reg key);
-    /// Adopts the requested index, or the lowest valid one in its place. Without a valid index the
-    /// request stands.
-    std::uint32_t adoptFirstValid(Reg key);
+    /// Adopts the request, or what stands for it: a number is brought within its limits and onto
+    /// their grid, an index that isn't valid becomes the lowest valid one. Without a valid index
+    /// the request stands.
+    std::int64_t adoptValid(Reg key);
 
     Limits limits(Reg key) const { return set_.limits(rowOf(key)); }
     void setLimits(Reg key, const Limits& limits) { set_.setLimits(rowOf(key), limits); }

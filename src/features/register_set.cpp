@@ -84,6 +84,7 @@ RegisterBase& RegisterSet::add(const RegisterShape& shape)
         }
         target.set(RegisterFlag::ValueOnly, shape.isValueOnly);
         target.set(RegisterFlag::ReadLocked, shape.isReadLocked);
+        target.set(RegisterFlag::Available, !shape.isUnavailable);
         return target;
     };
     RegisterBase& added = std::visit(configure, emplace(shape.family));

@@ -36,6 +36,7 @@ struct RegisterShape {
     Limits limits{};         ///< of a writable number
     std::uint32_t validMask = 0;
     const std::uint32_t* valueTable = nullptr; ///< of an enumeration, count elements
+    bool isUnavailable = false;
 };
 
 // The shapes that tables are written in.
@@ -91,6 +92,13 @@ constexpr RegisterShape EnumRW(std::uint32_t count, std::uint32_t validMask,
 constexpr RegisterShape ValueOnly(RegisterShape shape)
 {
     shape.isValueOnly = true;
+    return shape;
+}
+
+/// The same register, never to be accessed: of its companion words alone there is something to see.
+constexpr RegisterShape Unavailable(RegisterShape shape)
+{
+    shape.isUnavailable = true;
     return shape;
 }
 

@@ -62,6 +62,73 @@ public:
     void SetOffsetY(std::uint32_t v) override { journal_.note("module SetOffsetY", v); }
     void SetPixelFormat(std::uint32_t v) override { journal_.note("module SetPixelFormat", v); }
     void SetScalingFactor(float v) override { journal_.note("module SetScalingFactor", v); }
+    void SetExposureAuto(bool v) override { journal_.note("module SetExposureAuto", v); }
+    void SetExposureTime_us(std::uint32_t v) override
+    {
+        journal_.note("module SetExposureTime_us", v);
+    }
+    std::uint32_t GetCurrentExposureTime_us() override
+    {
+        journal_.note("module GetCurrentExposureTime_us");
+        return currentExposure;
+    }
+    void SetGainAuto(bool v) override { journal_.note("module SetGainAuto", v); }
+    void SetGainFactor(double v) override { journal_.note("module SetGainFactor", v); }
+    double GetCurrentGainFactor() override
+    {
+        journal_.note("module GetCurrentGainFactor");
+        return currentGain;
+    }
+    void SetTestPattern(std::uint32_t v) override { journal_.note("module SetTestPattern", v); }
+    void SetAcquisitionFrameRate(double v) override
+    {
+        journal_.note("module SetAcquisitionFrameRate", v);
+    }
+    void SetAcquisitionFrameRateEnable(bool v) override
+    {
+        journal_.note("module SetAcquisitionFrameRateEnable", v);
+    }
+    void SetSharpness(double v) override { journal_.note("module SetSharpness", v); }
+    void SetAntiFlicker(std::uint32_t v) override { journal_.note("module SetAntiFlicker", v); }
+    void SetBrightness(double v) override { journal_.note("module SetBrightness", v); }
+    void SetContrast(double v) override { journal_.note("module SetContrast", v); }
+    void SetGamma(double v) override { journal_.note("module SetGamma", v); }
+    void SetColorSpace(std::uint32_t v) override { journal_.note("module SetColorSpace", v); }
+    void SetSaturation(double v) override { journal_.note("module SetSaturation", v); }
+    void SetAdaptiveToneMappingAuto(bool v) override
+    {
+        journal_.note("module SetAdaptiveToneMappingAuto", v);
+    }
+    void SetBalanceWhiteAuto(bool v) override { journal_.note("module SetBalanceWhiteAuto", v); }
+    void SetLightSourcePreset(std::uint32_t v) override
+    {
+        journal_.note("module SetLightSourcePreset", v);
+    }
+    void SetBalanceRatioRed(double v) override { journal_.note("module SetBalanceRatioRed", v); }
+    void SetBalanceRatioGreen(double v) override
+    {
+        journal_.note("module SetBalanceRatioGreen", v);
+    }
+    void SetBalanceRatioBlue(double v) override { journal_.note("module SetBalanceRatioBlue", v); }
+    double GetCurrentBalanceRatioRed() override { return currentRatio("Red", 0); }
+    double GetCurrentBalanceRatioGreen() override { return currentRatio("Green", 1); }
+    double GetCurrentBalanceRatioBlue() override { return currentRatio("Blue", 2); }
+    void ConfigureTrigger(const mcm::TriggerConfiguration& c) override
+    {
+        journal_.note("module ConfigureTrigger", static_cast<int>(c.selector), c.enabled,
+                      static_cast<int>(c.sourceType), c.sourceIndex, static_cast<int>(c.activation),
+                      c.delay);
+    }
+    void ConfigurePeriodicSignal(const mcm::PeriodicSignalConfiguration& c) override
+    {
+        journal_.note("module ConfigurePeriodicSignal", c.index, c.delay,
+                      static_cast<int>(c.sourceType), c.sourceIndex,
+                      static_cast<int>(c.activation));
+    }
+    void ExecuteSoftwareTrigger(std::uint32_t v) override
+    {
+        journal_.note("module ExecuteSoftwareTrigger", v);
+    }
     bool AcquisitionStart() override
     {
         journal_.note("module AcquisitionStart");
@@ -71,8 +138,18 @@ public:
     void DeviceReset() override { journal_.note("module DeviceReset"); }
 
     std::shared_ptr<MemoryBridge> bridge;
+    // What the ISP has settled on.
+    std::uint32_t currentExposure = 7777;
+    double currentGain = 3.5;
+    double currentRatios[3] = {1.5, 1.0, 2.25};
 
 private:
+    double currentRatio(const char* color, int index)
+    {
+        journal_.note(std::string("module GetCurrentBalanceRatio") + color);
+        return currentRatios[index];
+    }
+
     Journal& journal_;
 };
 
