@@ -8,39 +8,12 @@
 
 #include "base/pfnc.h"
 #include "camera.h"
-#include "sim/core/frame_counter.h"
-#include "sim/core/frame_layout.h"
+#include "frame_number.h"
 
 namespace
 {
 
 using namespace GenTLProducer;
-using zevo_sim::FrameLayout;
-
-FrameLayout layoutOf(uint64_t pixelFormat)
-{
-    switch (pixelFormat) {
-    case Pfnc::YUV422_8_UYVY:
-        return FrameLayout::Uyvy;
-    case Pfnc::YUV422_8:
-        return FrameLayout::Yuyv;
-    default:
-        return FrameLayout::Semiplanar420;
-    }
-}
-
-// The number drawn into a frame, if it says the same at the top and at the bottom.
-std::optional<uint32_t> numberIn(const Streaming& camera, BUFFER_HANDLE buffer)
-{
-    const auto width = static_cast<unsigned>(camera.info(buffer, BUFFER_INFO_WIDTH));
-    const auto height = static_cast<unsigned>(camera.info(buffer, BUFFER_INFO_HEIGHT));
-    const FrameLayout layout = layoutOf(camera.info(buffer, BUFFER_INFO_PIXELFORMAT));
-    const auto read = [&](zevo_sim::CounterPlace place) {
-        return zevo_sim::ReadCounter(camera.data(buffer), layout, width, height, place);
-    };
-    const auto top = read(zevo_sim::CounterPlace::Top);
-    return top == read(zevo_sim::CounterPlace::Bottom) ? top : std::nullopt;
-}
 
 // The first format of the board that the test runs on.
 uint32_t boardFormat(const OpenDevice& camera)
@@ -299,31 +272,4 @@ TEST(Stream, ClosingInTheMiddleOfAWaitSendsTheWaitingThreadHome)
     EXPECT_TRUE(result == GC_ERR_ABORT || result == GC_ERR_NOT_INITIALIZED ||
                 result == GC_ERR_INVALID_HANDLE || result == GC_ERR_NO_DATA)
         << result;
-}
-
-TEST(Stream, PixelFormatsOfTheBoardAllArrive)
-{
-    constexpr uint64_t kValidity = 0x100004cc;
-    const struct {
-        unsigned index;
-        uint32_t value;
-    } kFormats[] = {
-        {5, Pfnc::YUV422_8}, {6, Pfnc::YUV422_8_UYVY}, {7, Pfnc::YCbCr420_8_YY_CbCr_Semiplanar}};
-    int offered = 0;
-    for (const auto& format : kFormats) {
-        Streaming camera;
-        if (camera.read(kValidity + 4 * format.index) == 0) {
-            EXPECT_EQ(camera.write(remote::kPixelFormat, format.value), GC_ERR_ERROR);
-            continue;
-        }
-        ++offered;
-        ASSERT_EQ(camera.write(remote::kPixelFormat, format.value), GC_ERR_SUCCESS);
-        camera.start(3);
-        const BUFFER_HANDLE buffer = camera.take();
-        ASSERT_TRUE(buffer) << lastError();
-        EXPECT_EQ(camera.info(buffer, BUFFER_INFO_PIXELFORMAT), format.value);
-        EXPECT_TRUE(numberIn(camera, buffer));
-        camera.stop();
-    }
-    EXPECT_GT(offered, 0);
 }

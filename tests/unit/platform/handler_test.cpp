@@ -1,5 +1,5 @@
-// What the board families differ in, as far as no board is needed; the searches are tested over
-// the simulated boards.
+// What the board families differ in, as far as no board is needed; the searches stand in
+// handler_search_test.cpp.
 #include <algorithm>
 
 #include <gtest/gtest.h>

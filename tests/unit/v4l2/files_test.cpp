@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "board_files.h"
+#include "support/board_files.h"
 #include "v4l2/device_node.h"
 
 namespace V4L2

@@ -8,7 +8,8 @@
 #include <gtest/gtest.h>
 #include <linux/media.h>
 
-#include "board_files.h"
+#include "support/board_files.h"
+#include "support/fake_media_node.h"
 #include "v4l2/device_node.h"
 #include "v4l2/enumeration.h"
 
@@ -18,113 +19,8 @@ namespace
 {
 
 using testing::ElementsAre;
-
-constexpr std::uint32_t kSensor = MEDIA_ENT_F_CAM_SENSOR;
-constexpr std::uint32_t kSink = MEDIA_PAD_FL_SINK;
-constexpr std::uint32_t kSource = MEDIA_PAD_FL_SOURCE;
-constexpr std::uint32_t kVideo = MEDIA_INTF_T_V4L_VIDEO;
-constexpr std::uint32_t kSubdevice = MEDIA_INTF_T_V4L_SUBDEV;
-constexpr std::uint32_t kInterfaceLink = MEDIA_LNK_FL_INTERFACE_LINK;
-
-/// What a media node tells; the default is a sensor that feeds a receiver, which feeds the
-/// capture node.
-struct FakeMediaNode {
-    std::vector<media_v2_entity> entities = {
-        Entity(1, "capture", 0x10001), Entity(2, "csi", 0x20009), Entity(3, "sensor", kSensor)};
-    std::vector<media_v2_interface> interfaces = {Interface(10, kVideo, 0),
-                                                  Interface(11, kSubdevice, 1)};
-    std::vector<media_v2_pad> pads = {{20, 1, kSink, 0, {}},
-                                      {21, 2, kSink, 0, {}},
-                                      {22, 2, kSource, 1, {}},
-                                      {23, 3, kSource, 0, {}}};
-    std::vector<media_v2_link> links = {{30, 10, 1, kInterfaceLink, {}},
-                                        {31, 11, 3, kInterfaceLink, {}},
-                                        {32, 22, 20, 1, {}},
-                                        {33, 23, 21, 1, {}}};
-    int infoError = 0;
-    int topologyError = 0;
-    int openDescriptors = 0;
-    unsigned topologyCalls = 0;
-    std::function<void(media_v2_topology&)> afterwards;
-
-    static media_v2_entity Entity(std::uint32_t id, const char* name, std::uint32_t function)
-    {
-        media_v2_entity entity{};
-        entity.id = id;
-        std::strncpy(entity.name, name, sizeof entity.name);
-        entity.function = function;
-        return entity;
-    }
-
-    static media_v2_interface Interface(std::uint32_t id, std::uint32_t type, std::uint32_t minor)
-    {
-        media_v2_interface interface {
-        };
-        interface.id = id;
-        interface.intf_type = type;
-        interface.devnode = {81, minor};
-        return interface;
-    }
-
-    template <typename T>
-    static bool Give(const std::vector<T>& objects, std::uint64_t to, std::uint32_t room)
-    {
-        if (to == 0)
-            return true;
-        std::copy_n(objects.begin(), std::min<std::size_t>(objects.size(), room),
-                    reinterpret_cast<T*>(to));
-        return objects.size() <= room;
-    }
-
-    int Topology(media_v2_topology& t)
-    {
-        ++topologyCalls;
-        if (topologyError != 0)
-            return topologyError;
-        bool fits = Give(entities, t.ptr_entities, t.num_entities);
-        fits &= Give(interfaces, t.ptr_interfaces, t.num_interfaces);
-        fits &= Give(pads, t.ptr_pads, t.num_pads);
-        fits &= Give(links, t.ptr_links, t.num_links);
-        t.num_entities = static_cast<std::uint32_t>(entities.size());
-        t.num_interfaces = static_cast<std::uint32_t>(interfaces.size());
-        t.num_pads = static_cast<std::uint32_t>(pads.size());
-        t.num_links = static_cast<std::uint32_t>(links.size());
-        if (afterwards)
-            afterwards(t);
-        return fits ? 0 : ENOSPC;
-    }
-
-    int Answer(unsigned long request, void* argument)
-    {
-        if (request == MEDIA_IOC_G_TOPOLOGY)
-            return Topology(*static_cast<media_v2_topology*>(argument));
-        if (infoError != 0)
-            return infoError;
-        auto& info = *static_cast<media_device_info*>(argument);
-        std::memcpy(info.driver, "sixteen-letters!", 16);
-        std::memcpy(info.model, "a model", 7);
-        info.media_version = 0x60100;
-        info.hw_revision = 7;
-        return 0;
-    }
-
-    SystemCalls Calls()
-    {
-        SystemCalls calls = RealSystemCalls();
-        calls.open = [this](const char*, int flags, int) {
-            EXPECT_EQ(flags, O_RDWR);
-            return 100 + ++openDescriptors;
-        };
-        calls.close = [this](int) { return --openDescriptors, 0; };
-        calls.ioctl = [this](int, unsigned long request, void* argument) {
-            const int error = Answer(request, argument);
-            return IoctlResult(error != 0 ? -1 : 0, error);
-        };
-        return calls;
-    }
-
-    MediaDevice Read() { return MediaDevice("/dev/media7", Calls()); }
-};
+using namespace test::media;
+using test::FakeMediaNode;
 
 std::string ErrorOf(FakeMediaNode& node)
 {

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "board_files.h"
+#include "support/board_files.h"
 #include "v4l2/mapped_region.h"
 
 namespace V4L2

@@ -19,7 +19,8 @@ std::string g_root;
 std::string Bent(const char* path)
 {
     const std::string text(path);
-    const bool isBoardPath = text.rfind("/dev/", 0) == 0 || text.rfind("/sys/", 0) == 0;
+    const bool isBoardPath = text.rfind("/dev/", 0) == 0 || text.rfind("/sys/", 0) == 0 ||
+                             text.rfind("/proc/device-tree/", 0) == 0;
     return g_board && isBoardPath ? g_root + text : text;
 }
 

@@ -7,8 +7,8 @@
 namespace test
 {
 
-/// While it lives, paths and patterns below /dev/ and /sys/ lead into an own empty folder, and
-/// ioctl asks the handler first. One at a time, one thread.
+/// While it lives, paths and patterns below /dev/, /sys/ and /proc/device-tree/ lead into an own
+/// empty folder, and ioctl asks the handler first. One at a time, one thread.
 class BoardFiles
 {
 public:
