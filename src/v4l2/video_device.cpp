@@ -59,8 +59,10 @@ VideoDevice::VideoDevice(std::string path, SystemCalls calls)
     : calls_(std::move(calls)), path_(std::move(path))
 {
     fd_ = calls_.open(path_.c_str(), O_RDWR | O_NONBLOCK, 0);
+    // Taken before the text is put together, whose allocation may touch it.
+    const int openError = errno;
     if (fd_ == -1)
-        throw Error(errno, "Failed to open device " + path_);
+        throw Error(openError, "Failed to open device " + path_);
     GenTLProducer::ScopeExit closeOnFailure([this] { calls_.close(fd_); });
     queryCapabilities();
     bufferType_ =
@@ -178,8 +180,9 @@ MappedRegion VideoDevice::MapMemoryRegion(std::size_t length, off_t offset)
     // Ready before the call: nothing may fail between the mapping and its owner.
     MappedRegion::Release release = [this, length](void* mapped) { calls_.munmap(mapped, length); };
     void* address = calls_.mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd_, offset);
+    const int mapError = errno;
     if (address == MAP_FAILED)
-        throw Error(errno, "Mapping memory failed");
+        throw Error(mapError, "Mapping memory failed");
     return {address, std::move(release)};
 }
 
