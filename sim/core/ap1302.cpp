@@ -5,6 +5,7 @@
 
 #include "base/endian.h"
 #include "sim/core/ap1302_registers.h"
+#include "sim/core/picture_registers.h"
 
 namespace zevo_sim
 {
@@ -40,30 +41,20 @@ constexpr ResetValue kFirmwareReset[] = {
     {kAeManualGain, 1 << 8},
     {kAeManualExposureTime + 2, 10'000},
     {kAwbControl, 0x110F},
+    {kAwbCalibration, 0x0001},
     {kAtmControl, 1087},
     {kLscControl, 0x0100},
     {kSensorSelect, 0x0001},
     {kPrimarySensorSip, kSipWideData | 0x10 << 1},
-};
-
-constexpr std::pair<std::uint16_t, std::uint16_t> kSensorReset[] = {
-    {0x3000, 0x1457}, // identity
-    {0x301A, 0x205C}, // reset and mode word; bit 2: the sensor streams
+    {kSaturation, 1 << 12},
 };
 
 constexpr std::uint16_t kPllRegisters[] = {kPllReferenceClock, kPll0Divider, kPll1Divider};
 constexpr std::uint16_t kUnusedDivider = 0x2060;
 constexpr std::uint32_t kReferenceClock = 48u << 16;
 
-constexpr double kFullFrameRate = 30.0;
 constexpr std::uint16_t kCommitAtFrame = 3;
 constexpr std::uint16_t kCommitNow = 7;
-
-// What the automatics settle on.
-constexpr std::uint32_t kAutoExposureUs = 16'000;
-constexpr std::uint16_t kAutoGain = 0x0180;   // 1.5
-constexpr std::uint16_t kMeasuredQx = 0x019A; // 0.1
-constexpr std::uint16_t kMeasuredQy = 0x0333; // 0.2
 
 bool IsWithin(std::uint16_t address, std::uint16_t first, std::uint16_t size)
 {
@@ -89,7 +80,8 @@ constexpr std::uint32_t kAllClocks = [] {
 
 } // namespace
 
-Ap1302::Ap1302(const CameraOptions& options) : options_(options)
+Ap1302::Ap1302(const CameraOptions& options)
+    : options_(options), exposure_(options.light), balance_(options.light)
 {
     Reset();
     if (!options_.isRunning)
@@ -104,12 +96,10 @@ Ap1302::Ap1302(const CameraOptions& options) : options_(options)
 
 void Ap1302::Reset()
 {
-    registers_.fill(0);
+    registers_.Clear();
     Poke16(kChipVersion, 0x0265);
     Poke16(kManufacturerId, 6);
-    sensor_.clear();
-    for (const auto& [address, value] : kSensorReset)
-        sensor_[address] = value;
+    sensor_.Reset();
     advanced_.clear();
     record_.clear();
     loader_ = Loader::FirstStage;
@@ -120,23 +110,13 @@ void Ap1302::Reset()
     clocksSet_ = 0;
     isRecording_ = waitsForUnstall_ = isStalled_ = isToggleRequested_ = false;
     stage_ = checksum_ = atomic_ = toggle_ = dma_ = {};
-    triggers_ = 0;
+    trigger_.Reset();
     ++generation_;
-}
-
-std::uint16_t Ap1302::Peek16(std::uint16_t address) const
-{
-    return GenTLProducer::loadBigEndian<std::uint16_t>(&registers_[address & 0xFFFE]);
-}
-
-std::uint32_t Ap1302::Peek32(std::uint16_t address) const
-{
-    return std::uint32_t{Peek16(address)} << 16 | Peek16(static_cast<std::uint16_t>(address + 2));
 }
 
 void Ap1302::Poke16(std::uint16_t address, std::uint16_t value)
 {
-    GenTLProducer::storeBigEndian(&registers_[address & 0xFFFE], value);
+    registers_.Set16(address, value);
     ++generation_;
 }
 
@@ -146,15 +126,11 @@ void Ap1302::Poke32(std::uint16_t address, std::uint32_t value)
     Poke16(static_cast<std::uint16_t>(address + 2), static_cast<std::uint16_t>(value));
 }
 
-std::uint16_t Ap1302::PeekSensor(std::uint16_t address) const
-{
-    const auto found = sensor_.find(address);
-    return found == sensor_.end() ? std::uint16_t{0} : found->second;
-}
-
 void Ap1302::PokeSensor(std::uint16_t address, std::uint16_t value)
 {
-    sensor_[address] = value;
+    sensor_.Set(address, value);
+    trigger_.SetSensorMode(sensor_.Get(FrameTrigger::kSensorModeRegister));
+    ++generation_;
 }
 
 void Ap1302::Write(std::uint16_t address, const std::uint8_t* data, std::size_t size)
@@ -217,11 +193,12 @@ void Ap1302::AfterWrite(std::uint16_t address)
         WriteAtomic();
     else if (address == kSysStart)
         RequestToggle();
-    else if (address == kDmaControl)
-        RunDma();
+    else if (address == kDmaControl && (Peek16(address) & kDmaModeMask) != 0)
+        dma_ = {true, options_.misbehaviour.dmaReads};
     else if (IsWithin(address, kAdvancedWindow, kAdvancedWindowSize))
         WriteAdvanced(address);
-    UpdateStatus();
+    if (!IsStreaming())
+        SettleAutomatics();
     ++generation_;
 }
 
@@ -248,7 +225,7 @@ void Ap1302::BeforeRead(std::uint16_t address)
         const std::uint16_t others = Peek16(address) & ~(kSysStartToggle | kSysStartStalled);
         Poke16(address, others | (isStalled_ ? kSysStartStalled : 0));
     } else if (address == kDmaControl && CountDown(dma_, faults.isDmaStuck)) {
-        Poke16(address, Peek16(address) & ~kDmaModeMask);
+        FinishTransfer();
     } else if (IsWithin(address, kAdvancedWindow, kAdvancedWindowSize)) {
         const std::uint32_t word = AdvancedWord(address);
         Poke16(address, static_cast<std::uint16_t>((address & 2) != 0 ? word : word >> 16));
@@ -285,7 +262,7 @@ void Ap1302::TakeBootData(std::uint16_t address, std::uint8_t value)
     ++bootBytes_;
     runningChecksum_ =
         static_cast<std::uint16_t>((runningChecksum_ << 1 | runningChecksum_ >> 15) + value);
-    GenTLProducer::storeBigEndian(&registers_[kBootDataChecksum], runningChecksum_);
+    registers_.Set16(kBootDataChecksum, runningChecksum_);
 }
 
 void Ap1302::RequestStage(std::uint16_t stage)
@@ -325,7 +302,7 @@ void Ap1302::StartFirmware()
         Poke16(reset.address, reset.value);
     Poke16(kTuningRevision, options_.tuningRevision);
     Poke32(kLinkRate, static_cast<std::uint32_t>(LinkRateMbps() * 65536.0));
-    UpdateStatus();
+    SettleAutomatics();
 }
 
 double Ap1302::LinkRateMbps() const
@@ -376,33 +353,16 @@ void Ap1302::RequestToggle()
     if (options_.misbehaviour.isStallStuck)
         return;
     isStalled_ = !isStalled_;
+    trigger_.Drop();
     if (!isStalled_ && waitsForUnstall_)
         CommitRecord();
 }
 
-void Ap1302::RunDma()
+void Ap1302::FinishTransfer()
 {
-    const std::uint16_t control = Peek16(kDmaControl);
-    const unsigned mode = control & kDmaModeMask;
-    if (mode == 0)
-        return;
-    dma_ = {true, options_.misbehaviour.dmaReads};
-
-    constexpr unsigned sensorPort = 3;
-    const std::uint32_t source = Peek32(kDmaSource);
-    const std::uint32_t destination = Peek32(kDmaDestination);
-    const bool isWide = Peek32(kDmaSize) == 2;
-    const auto isSensor = [&](std::uint32_t address) {
-        return address >> 16 == Peek16(kPrimarySensorSip);
-    };
-    if (mode == 2 && (control >> 4 & 0xF) == sensorPort) {
-        const std::uint32_t value =
-            isSensor(source) ? PeekSensor(static_cast<std::uint16_t>(source)) : 0;
-        Poke32(static_cast<std::uint16_t>(destination),
-               isWide ? value << 16 : (value & 0xFF) << 24);
-    } else if (mode == 1 && (control >> 8 & 0xF) == sensorPort && isSensor(destination)) {
-        PokeSensor(static_cast<std::uint16_t>(destination), static_cast<std::uint16_t>(source));
-    }
+    sensor_.Transfer(registers_);
+    trigger_.SetSensorMode(sensor_.Get(FrameTrigger::kSensorModeRegister));
+    Poke16(kDmaControl, Peek16(kDmaControl) & ~kDmaModeMask);
 }
 
 std::uint32_t& Ap1302::AdvancedWord(std::uint16_t address)
@@ -419,22 +379,23 @@ void Ap1302::WriteAdvanced(std::uint16_t address)
 
     const std::uint32_t line = Peek32(kSoftwareTriggerGpio);
     const bool isGpio = &word == &advanced_[kGpioOutputWord];
-    if (isGpio && isLowHalf && line < 16 && (word >> line & 1) != 0 && WaitsForTrigger())
-        ++triggers_;
+    if (isGpio && line < 32 && isLowHalf == (line < 16))
+        trigger_.WriteLine((word >> line & 1) != 0, IsStreaming(), registers_);
 }
 
-/// AE and AWB results: the manual values where the automatics are off.
-void Ap1302::UpdateStatus()
+// Automatics.
+
+void Ap1302::SettleAutomatics()
 {
-    const unsigned mode = Peek16(kAeControl) & kAeModeMask;
-    const bool isExposureAuto = mode == 10 || mode == 12;
-    const bool isGainAuto = mode == 9 || mode == 12;
-    const std::uint32_t exposure = isExposureAuto ? kAutoExposureUs : Peek32(kAeManualExposureTime);
-    GenTLProducer::storeBigEndian(&registers_[kAeExposureTime], exposure);
-    GenTLProducer::storeBigEndian(&registers_[kAeGain],
-                                  isGainAuto ? kAutoGain : Peek16(kAeManualGain));
-    GenTLProducer::storeBigEndian(&registers_[kAwbMeasuredQx], kMeasuredQx);
-    GenTLProducer::storeBigEndian(&registers_[kAwbMeasuredQy], kMeasuredQy);
+    exposure_.Settle(registers_, ReadMaxFrameRate(registers_));
+    balance_.Settle(registers_);
+    ReportAutomatics();
+}
+
+void Ap1302::ReportAutomatics()
+{
+    exposure_.Report(registers_);
+    balance_.Report(registers_);
 }
 
 // The stream.
@@ -446,44 +407,21 @@ bool Ap1302::IsStreaming() const
            (Peek16(kPreviewHostInterface) & kLaneCountMask) == options_.laneCount;
 }
 
-bool Ap1302::WaitsForTrigger() const
-{
-    return (Peek16(kTriggerControl) & kTriggerModeMask) != 0;
-}
-
-bool Ap1302::TakeTrigger()
-{
-    if (triggers_ == 0)
-        return false;
-    --triggers_;
-    return true;
-}
-
 double Ap1302::FrameRate() const
 {
-    const auto y0 = static_cast<std::int16_t>(Peek16(kPreviewRoiY0));
-    const auto y1 = static_cast<std::int16_t>(Peek16(kPreviewRoiY1));
-    const double share = std::clamp((y1 - y0) / 16384.0, 1.0 / kSensorPixelsY, 1.0);
-    const double readoutLimit = kFullFrameRate / share;
-    const double ceiling = Peek16(kPreviewMaxFps) / 256.0;
-    return ceiling > 0 ? std::min(ceiling, readoutLimit) : readoutLimit;
+    constexpr double usPerSecond = 1e6;
+    return std::min(ReadMaxFrameRate(registers_), usPerSecond / std::max(exposure_.TimeUs(), 1.0));
 }
 
-std::shared_ptr<const PictureSetup> Ap1302::Setup() const
+std::shared_ptr<const PictureSetup> Ap1302::SendFrame()
 {
-    if (setup_ && setupGeneration_ == generation_)
-        return setup_;
-    PictureSetup setup;
-    setup.width = Peek16(kPreviewWidth);
-    setup.height = Peek16(kPreviewHeight);
-    setup.outputFormat = Peek16(kPreviewOutFormat);
-    setup.roiX0 = static_cast<std::int16_t>(Peek16(kPreviewRoiX0));
-    setup.roiY0 = static_cast<std::int16_t>(Peek16(kPreviewRoiY0));
-    setup.roiX1 = static_cast<std::int16_t>(Peek16(kPreviewRoiX1));
-    setup.roiY1 = static_cast<std::int16_t>(Peek16(kPreviewRoiY1));
+    trigger_.TakeFrame();
+    exposure_.Step(registers_, ReadMaxFrameRate(registers_), trigger_.IsOnDemand());
+    balance_.Step(registers_);
+    ReportAutomatics();
+    const PictureSetup setup = ReadPictureSetup(registers_, exposure_, balance_, options_.light);
     if (!setup_ || !(setup == *setup_))
         setup_ = std::make_shared<const PictureSetup>(setup);
-    setupGeneration_ = generation_;
     return setup_;
 }
 

@@ -1,7 +1,6 @@
 // The AP1302 image signal processor as its register file shows it.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -9,13 +8,18 @@
 #include <vector>
 
 #include "sim/core/camera_options.h"
+#include "sim/core/exposure_control.h"
+#include "sim/core/frame_trigger.h"
 #include "sim/core/picture_setup.h"
+#include "sim/core/register_file.h"
+#include "sim/core/sensor_port.h"
+#include "sim/core/white_balance.h"
 
 namespace zevo_sim
 {
 
-/// Boot loader, registers, stream stall, atomic records, DMA engine and the image sensor behind
-/// it. Addresses are the chip's own; values lie big-endian in the register file. Not
+/// Boot loader, registers, stream stall, atomic records, the image sensor behind the DMA engine,
+/// trigger, automatics, and the picture that all this makes. Addresses are the chip's own. Not
 /// thread-safe: the camera that owns it locks.
 class Ap1302 final
 {
@@ -29,29 +33,28 @@ public:
     void Read(std::uint16_t address, std::uint8_t* data, std::size_t size);
 
     /// Register values without the side effects of a read.
-    std::uint16_t Peek16(std::uint16_t address) const;
-    std::uint32_t Peek32(std::uint16_t address) const;
+    std::uint16_t Peek16(std::uint16_t address) const { return registers_.Get16(address); }
+    std::uint32_t Peek32(std::uint16_t address) const { return registers_.Get32(address); }
     /// Changes a register behind the program's back, without the side effects of a write.
     void Poke16(std::uint16_t address, std::uint16_t value);
     void Poke32(std::uint16_t address, std::uint32_t value);
 
-    std::uint16_t PeekSensor(std::uint16_t address) const;
+    std::uint16_t PeekSensor(std::uint16_t address) const { return sensor_.Get(address); }
     void PokeSensor(std::uint16_t address, std::uint16_t value);
 
     /// The firmware runs, the stream isn't stalled, and the link has its clocks and as many lanes
     /// as the board.
     bool IsStreaming() const;
-    /// Frames come only on triggers.
-    bool WaitsForTrigger() const;
-    bool HasTrigger() const { return triggers_ != 0; }
-    /// Takes one pending trigger, if there is one.
-    bool TakeTrigger();
-    /// Frames per second, by PREVIEW_MAX_FPS and the sensor's readout time of the region.
+    /// The next frame comes as soon as its time has: the stream runs, and the frame doesn't wait
+    /// for a trigger.
+    bool CanSend() const { return IsStreaming() && trigger_.CanSend(); }
+    /// The picture of the frame that is sent now, with the automatics a step on. Needs CanSend().
+    std::shared_ptr<const PictureSetup> SendFrame();
+    /// Frames per second, by PREVIEW_MAX_FPS, the sensor's readout time of the region and the
+    /// exposure time.
     double FrameRate() const;
-    /// Grows with every change of what IsStreaming(), FrameRate() and Setup() tell.
+    /// Grows with every change of what CanSend() and FrameRate() tell.
     std::uint64_t Generation() const { return generation_; }
-    /// The picture by the registers in force. Shared until they change.
-    std::shared_ptr<const PictureSetup> Setup() const;
 
 private:
     enum class Loader : std::uint8_t { FirstStage, Clocks, SecondStage, Running, Dead };
@@ -73,16 +76,17 @@ private:
     void WriteAtomic();
     void CommitRecord();
     void RequestToggle();
-    void RunDma();
     std::uint32_t& AdvancedWord(std::uint16_t address);
     void WriteAdvanced(std::uint16_t address);
-    void UpdateStatus();
+    void FinishTransfer();
+    void SettleAutomatics();
+    void ReportAutomatics();
     double LinkRateMbps() const;
     static bool CountDown(Pending& pending, bool isStuck);
 
     const CameraOptions& options_;
-    std::array<std::uint8_t, 0x10000> registers_{};
-    std::map<std::uint16_t, std::uint16_t> sensor_;
+    RegisterFile registers_;
+    SensorPort sensor_;
     std::map<std::uint32_t, std::uint32_t> advanced_;
 
     Loader loader_ = Loader::FirstStage;
@@ -103,11 +107,13 @@ private:
     bool isToggleRequested_ = false; ///< by the transfer that is being written
     Pending toggle_;
     Pending dma_;
-    unsigned triggers_ = 0;
+
+    FrameTrigger trigger_;
+    ExposureControl exposure_;
+    WhiteBalance balance_;
 
     std::uint64_t generation_ = 1;
-    mutable std::uint64_t setupGeneration_ = 0;
-    mutable std::shared_ptr<const PictureSetup> setup_;
+    std::shared_ptr<const PictureSetup> setup_; ///< of the last frame
 };
 
 } // namespace zevo_sim

@@ -29,7 +29,6 @@ constexpr std::uint16_t kStatusEnd = 0x1000;
 constexpr std::uint16_t kAtomic = 0x1184;
 constexpr std::uint16_t kAtomicPending = 0x0001;
 constexpr std::uint16_t kTriggerControl = 0x1186;
-constexpr std::uint16_t kTriggerModeMask = 0x0003;
 constexpr std::uint16_t kSoftwareTriggerGpio = 0xBAA8; // 32 bits
 
 // Output context.
@@ -55,18 +54,37 @@ constexpr std::uint16_t kAeModeMask = 0x000F;
 constexpr std::uint16_t kAeManualGain = 0x5006;
 constexpr std::uint16_t kAeManualExposureTime = 0x500C; // 32 bits
 constexpr std::uint16_t kAwbControl = 0x5100;
-constexpr std::uint16_t kAtmControl = 0x52CA;
+constexpr std::uint16_t kAwbModeMask = 0x000F;
+constexpr std::uint16_t kAwbManualQx = 0x5102;
+constexpr std::uint16_t kAwbManualQy = 0x5104;
+constexpr std::uint16_t kAwbOverrideGain = 0x510C; // three words: red, green, blue
+constexpr std::uint16_t kAwbCalibration = 0x515C;
+constexpr std::uint16_t kAtmControl = 0x52CA; // 0 for off
+constexpr std::uint16_t kFlickControl = 0x5440;
+constexpr std::uint16_t kFlickModeMask = 0x0003;
 constexpr std::uint16_t kLscControl = 0x549A;
+
+// Image quality.
+constexpr std::uint16_t kBrightness = 0x7000;
+constexpr std::uint16_t kContrast = 0x7002;
+constexpr std::uint16_t kSaturation = 0x7006;
+constexpr std::uint16_t kGamma = 0x700A;
+constexpr std::uint16_t kSharpenValue = 0x7010;
 
 // System.
 constexpr std::uint16_t kBootDataStage = 0x6002;
 constexpr std::uint16_t kSensorSelect = 0x600C;
+constexpr std::uint16_t kSensorMask = 0x0003; // 0: the pattern of bits 11..8
 constexpr std::uint16_t kSysStart = 0x601A;
 constexpr std::uint16_t kSysStartToggle = 0x0100;
 constexpr std::uint16_t kSysStartStalled = 0x0200;
 constexpr std::uint16_t kPllReferenceClock = 0x6024; // 32 bits, 16.16 MHz
 constexpr std::uint16_t kPll0Divider = 0x602C;       // 32 bits
 constexpr std::uint16_t kPll1Divider = 0x6038;       // 32 bits
+constexpr std::uint16_t kPatternRed = 0x6042;
+constexpr std::uint16_t kPatternGreenRed = 0x6044;
+constexpr std::uint16_t kPatternBlue = 0x6046;
+constexpr std::uint16_t kPatternGreenBlue = 0x6048;
 constexpr std::uint16_t kPrimarySensorSip = 0x604A;
 constexpr std::uint16_t kSipWideData = 0x0200;
 constexpr std::uint16_t kDmaSource = 0x60A0;      // 32 bits

@@ -379,7 +379,7 @@ bool Camera::IsStreaming() const
 bool Camera::CanSend() const
 {
     const std::lock_guard lock(mutex_);
-    return isp_.IsStreaming() && (!isp_.WaitsForTrigger() || isp_.HasTrigger());
+    return isp_.CanSend();
 }
 
 double Camera::FrameRate() const
@@ -391,11 +391,9 @@ double Camera::FrameRate() const
 std::optional<SentFrame> Camera::SendFrame()
 {
     const std::lock_guard lock(mutex_);
-    if (!isp_.IsStreaming())
+    if (!isp_.CanSend())
         return std::nullopt;
-    if (isp_.WaitsForTrigger() && !isp_.TakeTrigger())
-        return std::nullopt;
-    return SentFrame{++frameCount_, isp_.Setup()};
+    return SentFrame{++frameCount_, isp_.SendFrame()};
 }
 
 void Camera::SetStreamListener(std::function<void()> listener)

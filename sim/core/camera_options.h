@@ -8,6 +8,7 @@
 #include <string>
 
 #include "base/span.h"
+#include "sim/core/light.h"
 
 namespace zevo_sim
 {
@@ -73,6 +74,7 @@ struct CameraOptions {
     std::size_t firstStageSize = 996;
     std::uint16_t tuningRevision = 430;
     bool isRunning = false; ///< the firmware runs from the start
+    Light light;            ///< on the scene
 
     Misbehaviour misbehaviour;
     bool logsTransfers = true; ///< keep the transfer log; grows with every transfer

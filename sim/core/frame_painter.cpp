@@ -8,6 +8,7 @@
 
 #include "sim/core/frame_counter.h"
 #include "sim/core/renderer.h"
+#include "sim/core/test_pattern.h"
 
 namespace zevo_sim
 {
@@ -29,12 +30,25 @@ const Scene& SceneStore::Get()
     return *scene_;
 }
 
+const Scene& FramePainter::SceneOf(const PictureLook& look)
+{
+    if (!look.pattern) {
+        pattern_.reset();
+        return scenes_.Get();
+    }
+    if (!pattern_ || patternChoice_ != *look.pattern) {
+        pattern_.emplace(MakeTestPattern(*look.pattern));
+        patternChoice_ = *look.pattern;
+    }
+    return *pattern_;
+}
+
 bool FramePainter::Paint(unsigned char* buffer, const CaptureFormat& format, const SentFrame& frame)
 {
     const PictureSetup& setup = *frame.setup;
     const FrameLayout layout = format.pixels->layout;
     if (setup_ != frame.setup || layout_ != layout) {
-        picture_ = Render(scenes_.Get(), setup, layout);
+        picture_ = Render(SceneOf(setup.look), setup, layout);
         DrawCounterGround(picture_.data(), layout, setup.width, setup.height, name_);
         setup_ = frame.setup;
         layout_ = layout;

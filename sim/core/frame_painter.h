@@ -2,12 +2,14 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "sim/core/capture_format.h"
 #include "sim/core/frame_source.h"
 #include "sim/core/monitor.h"
+#include "sim/core/picture_look.h"
 #include "sim/core/scene.h"
 
 namespace zevo_sim
@@ -42,8 +44,12 @@ public:
     bool Paint(unsigned char* buffer, const CaptureFormat& format, const SentFrame& frame);
 
 private:
+    const Scene& SceneOf(const PictureLook& look);
+
     SceneStore& scenes_;
     const std::string name_;
+    std::optional<Scene> pattern_; ///< kept while it is shown
+    PatternChoice patternChoice_;
     std::shared_ptr<const PictureSetup> setup_;
     FrameLayout layout_ = FrameLayout::Uyvy;
     std::vector<std::uint8_t> picture_;

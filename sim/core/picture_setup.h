@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "sim/core/picture_look.h"
+
 namespace zevo_sim
 {
 
@@ -26,12 +28,13 @@ struct PictureSetup {
     std::int16_t roiY0 = 0;
     std::int16_t roiX1 = 0;
     std::int16_t roiY1 = 0;
+    PictureLook look;
 
     bool operator==(const PictureSetup& other) const
     {
         return width == other.width && height == other.height &&
                outputFormat == other.outputFormat && roiX0 == other.roiX0 && roiY0 == other.roiY0 &&
-               roiX1 == other.roiX1 && roiY1 == other.roiY1;
+               roiX1 == other.roiX1 && roiY1 == other.roiY1 && look == other.look;
     }
 };
 

@@ -1,5 +1,7 @@
 #include "sim/core/renderer.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -98,12 +100,53 @@ private:
     bool isPlainCopy_;
 };
 
-/// The colour stage: here the image controls of the ISP act on the picture.
-void ToYuvRow(const std::uint8_t* rgb, std::size_t pixels, Yuv* yuv)
+/// Finished rows of the picture, from the top down. A row stays until the next but one is asked
+/// for.
+class RowSource
 {
-    for (std::size_t i = 0; i < pixels; ++i, rgb += 3)
-        yuv[i] = ToYuv({rgb[0], rgb[1], rgb[2]});
-}
+public:
+    RowSource(const Scene& scene, const PictureSetup& setup)
+        : scaler_(scene, setup), colours_(setup.look), width_(setup.width), height_(setup.height),
+          rgb_(width_ * 3)
+    {
+        for (auto& row : coloured_)
+            row.resize(width_);
+        if (colours_.IsSharpening())
+            for (auto& row : sharpened_)
+                row.resize(width_);
+    }
+
+    const Yuv* Row(unsigned y)
+    {
+        if (!colours_.IsSharpening())
+            return Coloured(y);
+        const Yuv* above = Coloured(y == 0 ? 0 : y - 1);
+        const Yuv* row = Coloured(y);
+        const Yuv* below = Coloured(std::min(y + 1, height_ - 1));
+        Yuv* target = sharpened_[y % sharpened_.size()].data();
+        colours_.Sharpen(above, row, below, width_, target);
+        return target;
+    }
+
+private:
+    const Yuv* Coloured(unsigned y)
+    {
+        for (; next_ <= y; ++next_) {
+            scaler_.Row(next_, rgb_.data());
+            colours_.Row(rgb_.data(), width_, coloured_[next_ % coloured_.size()].data());
+        }
+        return coloured_[y % coloured_.size()].data();
+    }
+
+    Scaler scaler_;
+    const ColourStage colours_;
+    const std::size_t width_;
+    const unsigned height_;
+    unsigned next_ = 0;
+    std::vector<std::uint8_t> rgb_;
+    std::array<std::vector<Yuv>, 4> coloured_;
+    std::array<std::vector<Yuv>, 2> sharpened_;
+};
 
 std::uint8_t Mean(int a, int b)
 {
@@ -140,17 +183,6 @@ bool IsUsable(unsigned size)
 
 } // namespace
 
-Yuv ToYuv(Colour colour)
-{
-    const int r = colour.red;
-    const int g = colour.green;
-    const int b = colour.blue;
-    // Sums stay above zero: the colour differences carry their offset inside.
-    return {static_cast<std::uint8_t>((66 * r + 129 * g + 25 * b + 0x1080) >> 8),
-            static_cast<std::uint8_t>((-38 * r - 74 * g + 112 * b + 0x8080) >> 8),
-            static_cast<std::uint8_t>((112 * r - 94 * g - 18 * b + 0x8080) >> 8)};
-}
-
 std::optional<FrameLayout> SentLayout(std::uint16_t outputFormat, FrameLayout nodes422)
 {
     if (outputFormat == static_cast<std::uint16_t>(OutputFormat::Yuv422))
@@ -171,22 +203,17 @@ std::vector<std::uint8_t> Render(const Scene& scene, const PictureSetup& setup, 
         return {};
     const std::size_t width = setup.width;
     std::vector<std::uint8_t> frame(FrameSize(layout, setup.width, setup.height));
-    Scaler scaler(scene, setup);
-    std::vector<std::uint8_t> rgb(width * 3);
-    std::vector<Yuv> even(width);
-    std::vector<Yuv> odd(width);
+    RowSource rows(scene, setup);
     std::uint8_t* target = frame.data();
     const std::size_t pairBytes = FrameSize(layout, setup.width, 2);
     for (unsigned y = 0; y < setup.height; y += 2, target += pairBytes) {
-        scaler.Row(y, rgb.data());
-        ToYuvRow(rgb.data(), width, even.data());
-        scaler.Row(y + 1, rgb.data());
-        ToYuvRow(rgb.data(), width, odd.data());
+        const Yuv* even = rows.Row(y);
+        const Yuv* odd = rows.Row(y + 1);
         if (layout == FrameLayout::LineInterleaved420) {
-            PackLinePair(even.data(), odd.data(), width, target);
+            PackLinePair(even, odd, width, target);
         } else {
-            Pack422(even.data(), width, layout, target);
-            Pack422(odd.data(), width, layout, target + width * 2);
+            Pack422(even, width, layout, target);
+            Pack422(odd, width, layout, target + width * 2);
         }
     }
     return frame;

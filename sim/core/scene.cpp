@@ -157,7 +157,7 @@ Scene Scene::TestChart()
     canvas.Text(1240, 24, 4, "TOP", kWhite);
     canvas.Text(kWidth - 330, kHeight - 60, 4, "BOTTOM RIGHT", kWhite);
     DrawEdges(canvas);
-    return Scene(std::move(canvas.Pixels()));
+    return FromCanvas(canvas);
 }
 
 Scene Scene::FromRawFile(const std::string& path)

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "sim/core/canvas.h"
@@ -23,6 +24,9 @@ public:
     /// A file of packed RGB rows of the sensor's size, as the launcher makes them from a picture.
     /// std::system_error if it can't be read or has another size.
     static Scene FromRawFile(const std::string& path);
+
+    /// A canvas of the sensor's size, which is left empty.
+    static Scene FromCanvas(Canvas& canvas) { return Scene(std::move(canvas.Pixels())); }
 
     const std::uint8_t* Row(unsigned y) const { return &pixels_[std::size_t{y} * kRowBytes]; }
 

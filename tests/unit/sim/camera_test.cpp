@@ -367,49 +367,6 @@ TEST(Isp, StuckActionsNeverEnd)
     EXPECT_FALSE(other->IsStreaming());
 }
 
-TEST(Isp, DmaEngineReachesTheSensor)
-{
-    CameraOptions options;
-    options.misbehaviour.dmaReads = 1;
-    DrivenCamera camera(options);
-    camera.Boot();
-    camera->PokeSensor(0x301A, 0x1234);
-    const std::uint32_t sensor = std::uint32_t{camera.Read(isp::kPrimarySensorSip)} << 16;
-    EXPECT_NE(sensor & isp::kSipWideData << 16, 0u);
-
-    camera.Write(isp::kDmaSize, 2, 4);
-    camera.Write(isp::kDmaSource, sensor | 0x301A, 4);
-    camera.Write(isp::kDmaDestination, isp::kDmaDestination, 4);
-    camera.Write(isp::kDmaControl, 50);
-    EXPECT_NE(camera.Read(isp::kDmaControl) & 7, 0);
-    EXPECT_EQ(camera.Read(isp::kDmaControl) & 7, 0);
-    EXPECT_EQ(camera.Read(isp::kDmaDestination), 0x1234);
-
-    camera.Write(isp::kDmaSource, 0xBEEF, 4);
-    camera.Write(isp::kDmaDestination, sensor | 0x301A, 4);
-    camera.Write(isp::kDmaControl, 769);
-    EXPECT_EQ(camera->PeekSensor(0x301A), 0xBEEF);
-}
-
-TEST(Isp, TriggerGivesOneFrameEach)
-{
-    DrivenCamera camera;
-    camera.Boot();
-    EXPECT_TRUE(camera->SendFrame());
-    camera.Write(isp::kSoftwareTriggerGpio, 10, 4);
-    camera.Write(isp::kTriggerControl, 3);
-    camera.Write(isp::kAdvancedBase, isp::kGpioOutputWord, 4);
-    EXPECT_FALSE(camera->SendFrame());
-    for (int i = 0; i < 2; ++i) {
-        camera.Write(isp::kAdvancedWindow, 1 << 10, 4);
-        EXPECT_TRUE(camera->SendFrame());
-        EXPECT_FALSE(camera->SendFrame());
-    }
-    EXPECT_EQ(camera.Read(isp::kAdvancedWindow + 2), 1 << 10);
-    camera.Write(isp::kAdvancedBase, 0x00100000, 4);
-    EXPECT_EQ(camera.Read(isp::kAdvancedWindow + 2), 0) << "another block in the window";
-}
-
 TEST(Isp, FrameRateIsTheLowerOfCeilingAndReadout)
 {
     DrivenCamera camera;

@@ -1,0 +1,270 @@
+// Exposure and white balance of the ISP: manual values, automatics, and what they report.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "shown_camera.h"
+
+namespace zevo_sim
+{
+namespace
+{
+
+using namespace isp;
+
+std::uint32_t ExposureTime(DrivenCamera& camera)
+{
+    return std::uint32_t{camera.Read(kAeExposureTime)} << 16 | camera.Read(kAeExposureTime + 2);
+}
+
+void SetManual(DrivenCamera& camera, std::uint32_t timeUs, double gain)
+{
+    camera.Write(kAeControl, 0x0280);
+    camera.Write(kAeManualExposureTime, timeUs, 4);
+    camera.Write(kAeManualGain, Fixed(gain, 8));
+}
+
+TEST(AutoExposure, IsSettledWhenTheStreamStarts)
+{
+    ShownCamera camera;
+    const Picture first = camera.Shoot();
+    EXPECT_EQ(first.At(250, 200).y, ToYuv(kWhite).y);
+    EXPECT_TRUE(camera.ShootSettled() == first);
+    EXPECT_EQ(ExposureTime(camera), 16'000u);
+    EXPECT_EQ(camera.Read(kAeGain), 0x0180);
+
+    SetManual(camera, 100, 1.0);
+    EXPECT_LT(camera.ShootSettled().Mean(), 40);
+    camera.ToggleStall();
+    camera.Write(kAeControl, 0x028C);
+    camera.Read(kSysStart);
+    camera.Read(kSysStart);
+    camera.ToggleStall();
+    EXPECT_TRUE(camera.Shoot() == first);
+}
+
+TEST(Exposure, TimeAndGainMakeThePictureBrighter)
+{
+    const struct {
+        std::uint32_t timeUs;
+        double gain;
+    } cases[] = {{43, 1.0},     {1'500, 1.0},  {3'000, 1.0}, {3'000, 2.0},
+                 {12'000, 1.0}, {12'000, 2.0}, {24'000, 2.0}};
+    ShownCamera camera;
+    const Picture plain = camera.Shoot();
+    double before = 0;
+    for (const auto& c : cases) {
+        SetManual(camera, c.timeUs, c.gain);
+        const Picture picture = camera.ShootSettled();
+        EXPECT_GT(picture.Mean(), before) << c.timeUs << " us, " << c.gain;
+        EXPECT_EQ(picture == plain, c.timeUs * c.gain == 24'000);
+        EXPECT_EQ(ExposureTime(camera), c.timeUs);
+        EXPECT_EQ(camera.Read(kAeGain), Fixed(c.gain, 8));
+        before = picture.Mean();
+    }
+}
+
+TEST(Exposure, ManualValuesComeWithTheSecondFrame)
+{
+    ShownCamera camera;
+    const Picture plain = camera.Shoot();
+    SetManual(camera, 8'000, 1.0);
+    EXPECT_EQ(ExposureTime(camera), 16'000u) << "what the automatic has left can still be read";
+    EXPECT_TRUE(camera.Shoot() == plain);
+    EXPECT_EQ(ExposureTime(camera), 16'000u);
+    EXPECT_FALSE(camera.Shoot() == plain);
+    EXPECT_EQ(ExposureTime(camera), 8'000u);
+}
+
+TEST(AutoExposure, SettlesFrameByFrame)
+{
+    ShownCamera camera;
+    const Picture plain = camera.Shoot();
+    SetManual(camera, 500, 1.0);
+    double mean = camera.ShootSettled().Mean();
+    std::uint32_t time = ExposureTime(camera);
+    camera.Write(kAeControl, 0x028C);
+    camera.Shoot();
+    int frames = 0;
+    while (ExposureTime(camera) != 16'000 && ++frames < 30) {
+        const Picture picture = camera.Shoot();
+        EXPECT_GT(picture.Mean(), mean);
+        EXPECT_GT(ExposureTime(camera), time);
+        mean = picture.Mean();
+        time = ExposureTime(camera);
+    }
+    EXPECT_GE(frames, 5);
+    EXPECT_LT(frames, 15);
+    EXPECT_TRUE(camera.ShootSettled() == plain);
+}
+
+TEST(AutoExposure, MakesUpForTheManualPart)
+{
+    const struct {
+        std::uint16_t mode;
+        std::uint32_t manualUs;
+        double manualGain;
+        std::uint32_t timeUs;
+        double gain;
+        bool isPlain;
+    } cases[] = {{9, 12'000, 8.0, 12'000, 2.0, true},       {9, 1'000, 8.0, 1'000, 24.0, true},
+                 {9, 100'000, 8.0, 100'000, 1.0, false},    {9, 100, 8.0, 100, 50.0, false},
+                 {10, 1'000, 4.0, 6'000, 4.0, true},        {10, 1'000, 1.0, 24'000, 1.0, true},
+                 {12, 1'000, 8.0, 16'000, 1.5, true},       {0, 12'000, 2.0, 12'000, 2.0, true},
+                 {0, 1'400'000, 1.0, 1'400'000, 1.0, false}};
+    ShownCamera camera;
+    const Picture plain = camera.Shoot();
+    for (const auto& c : cases) {
+        SetManual(camera, c.manualUs, c.manualGain);
+        camera.Write(kAeControl, 0x0280 | c.mode);
+        EXPECT_EQ(camera.ShootSettled() == plain, c.isPlain) << c.mode << " " << c.manualUs;
+        EXPECT_EQ(ExposureTime(camera), c.timeUs) << c.mode;
+        EXPECT_EQ(camera.Read(kAeGain), Fixed(c.gain, 8)) << c.mode;
+    }
+}
+
+TEST(AutoExposure, HeedsFrameRateAndMains)
+{
+    const struct {
+        std::uint16_t maxFps;
+        std::uint16_t flicker;
+        std::uint32_t timeUs;
+    } cases[] = {{0xFFE6, 0, 8'333},        // 120 frames a second by the region
+                 {100 << 8, 0, 10'000},     //
+                 {30 << 8, 0, 16'000},      //
+                 {30 << 8, 0x3201, 10'000}, // 50 Hz
+                 {30 << 8, 0x3C01, 8'333},  // 60 Hz
+                 {30 << 8, 0x3C02, 16'000}, // nothing told
+                 {0xFFE6, 0x3201, 8'333}};  // too fast for the mains
+    ShownCamera camera;
+    camera.Write(kPreviewRoiY1, 0x1000);
+    for (const auto& c : cases) {
+        camera.Write(kPreviewMaxFps, c.maxFps);
+        camera.Write(kFlickControl, c.flicker);
+        camera.ShootSettled();
+        EXPECT_EQ(ExposureTime(camera), c.timeUs);
+        EXPECT_NEAR(camera.Read(kAeGain) * c.timeUs / 256.0, 24'000, 30);
+    }
+}
+
+TEST(Exposure, LimitsTheFrameRate)
+{
+    ShownCamera camera;
+    for (const auto& [timeUs, rate] :
+         {std::pair{1'000u, 30.0}, {100'000u, 10.0}, {1'400'000u, 0.714}}) {
+        SetManual(camera, timeUs, 1.0);
+        camera.ShootSettled();
+        EXPECT_NEAR(camera->FrameRate(), rate, 0.01);
+    }
+}
+
+struct Ratios {
+    double red;
+    double blue;
+};
+
+/// As a program reckons them from the measured chromaticity.
+Ratios Measured(DrivenCamera& camera)
+{
+    const double x = static_cast<std::int16_t>(camera.Read(kAwbMeasuredQx)) / 4096.0;
+    const double y = static_cast<std::int16_t>(camera.Read(kAwbMeasuredQy)) / 4096.0;
+    return {std::exp2((x + y) / 2), std::exp2((y - x) / 2)};
+}
+
+void Override(DrivenCamera& camera, double red, double green, double blue)
+{
+    camera.Write(kAwbOverrideGain, Fixed(red, 8));
+    camera.Write(kAwbOverrideGain + 2, Fixed(green, 8));
+    camera.Write(kAwbOverrideGain + 4, Fixed(blue, 8));
+}
+
+constexpr double kNeutralRed = 6868 / 4096.0;
+constexpr double kNeutralBlue = 6472 / 4096.0;
+
+TEST(WhiteBalance, GainsTintThePicture)
+{
+    const struct {
+        const char* what;
+        unsigned mode;
+        double gains[3];
+        int cb; ///< sign of the tint of a grey place
+        int cr;
+    } cases[] = {
+        {"neutral by hand", 0, {kNeutralRed, 1.0, kNeutralBlue}, 0, 0},
+        {"more red", 0, {3.3, 1.0, kNeutralBlue}, -1, 1},
+        {"more blue", 0, {kNeutralRed, 1.0, 3.2}, 1, -1},
+        {"more green", 0, {kNeutralRed, 1.9, kNeutralBlue}, -1, -1},
+        {"nothing set: the sensor is green", 0, {0, 0, 0}, -1, -1},
+        {"automatic", 15, {0, 0, 0}, 0, 0},
+        {"automatic, overridden", 15, {4.0, 0, 0}, -1, 1},
+        {"2500 K", 1, {0, 0, 0}, 1, -1},
+        {"2800 K", 2, {0, 0, 0}, 1, -1},
+        {"4250 K", 3, {0, 0, 0}, 1, -1},
+        {"5000 K, the light's own", 4, {0, 0, 0}, 0, 0},
+        {"6500 K", 5, {0, 0, 0}, -1, 1},
+        {"7500 K", 6, {0, 0, 0}, -1, 1},
+    };
+    ShownCamera camera;
+    const auto sign = [](int chroma) { return std::abs(chroma - 128) <= 1 ? 0 : chroma - 128; };
+    for (const auto& c : cases) {
+        camera.Write(kAwbControl, 0x1100 | c.mode);
+        Override(camera, c.gains[0], c.gains[1], c.gains[2]);
+        const Yuv grey = camera.ShootSettled().At(1525, 500);
+        EXPECT_EQ(sign(grey.cb) > 0, c.cb > 0) << c.what;
+        EXPECT_EQ(sign(grey.cb) < 0, c.cb < 0) << c.what;
+        EXPECT_EQ(sign(grey.cr) > 0, c.cr > 0) << c.what;
+        EXPECT_EQ(sign(grey.cr) < 0, c.cr < 0) << c.what;
+    }
+}
+
+TEST(WhiteBalance, AutomaticSettlesAndReports)
+{
+    ShownCamera camera;
+    const Picture plain = camera.Shoot();
+    EXPECT_NEAR(Measured(camera).red, kNeutralRed, 0.001);
+    EXPECT_NEAR(Measured(camera).blue, kNeutralBlue, 0.001);
+    camera.Write(kAwbControl, 0x1100);
+    Override(camera, 4.0, 1.0, 1.0);
+    camera.Shoot();
+    EXPECT_NEAR(Measured(camera).red, 4.0, 0.001);
+    EXPECT_NEAR(Measured(camera).blue, 1.0, 0.001);
+
+    camera.Write(kAwbControl, 0x110F);
+    Override(camera, 0, 0, 0);
+    int before = camera.Shoot().At(1525, 500).cr;
+    EXPECT_GT(before, 128);
+    double red = Measured(camera).red;
+    for (int i = 0; i < 3; ++i) {
+        const int now = camera.Shoot().At(1525, 500).cr;
+        EXPECT_LT(now, before);
+        EXPECT_LT(Measured(camera).red, red);
+        before = now;
+        red = Measured(camera).red;
+    }
+    EXPECT_TRUE(camera.ShootSettled() == plain);
+    EXPECT_NEAR(Measured(camera).red, kNeutralRed, 0.001);
+}
+
+TEST(Light, IsMadeUpForByTheAutomatics)
+{
+    ShownCamera normal;
+    const Picture plain = normal.Shoot();
+    CameraOptions options;
+    options.light = {0.25, 2800};
+    ShownCamera camera(options);
+    EXPECT_TRUE(camera.Shoot() == plain);
+    EXPECT_EQ(ExposureTime(camera), 33'333u) << "no longer than a frame";
+    EXPECT_NEAR(camera.Read(kAeGain) / 256.0, 2.88, 0.01);
+    EXPECT_LT(Measured(camera).red, Measured(normal).red);
+    EXPECT_GT(Measured(camera).blue, Measured(normal).blue);
+
+    camera.Write(kAwbControl, 0x1102);
+    EXPECT_TRUE(camera.ShootSettled() == plain) << "the preset of that light";
+    camera.Write(kAwbControl, 0x1104);
+    EXPECT_GT(camera.ShootSettled().At(1525, 500).cr, 130) << "daylight's gains in warm light";
+    SetManual(camera, 16'000, 1.5);
+    EXPECT_LT(camera.ShootSettled().Mean(), plain.Mean() * 0.8);
+}
+
+} // namespace
+} // namespace zevo_sim
