@@ -36,7 +36,7 @@ public:
 
     /// Aborts the waiting thread, waits for it to leave its poll, one second at most, and lets
     /// the descriptors go. Removes the handle from the registry.
-    virtual void Close();
+    void Close() override;
 
     void SetHandle(Handle handle);
 

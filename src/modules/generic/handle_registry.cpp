@@ -3,6 +3,7 @@
 #include <atomic>
 #include <mutex>
 #include <stdexcept>
+#include <utility>
 
 #include <boost/make_shared.hpp>
 
@@ -49,10 +50,11 @@ void HandleRegistry::Destroy()
     if (!g_registry)
         return;
     const boost::shared_ptr<HandleRegistry> registry = *g_registry;
-    registry->Drop(registry->modules_);
-    registry->Drop(registry->ports_);
-    registry->Drop(registry->eventSources_);
-    registry->Drop(registry->events_);
+    registry->TakeAll(registry->modules_).clear();
+    registry->TakeAll(registry->ports_).clear();
+    registry->TakeAll(registry->eventSources_).clear();
+    for (const auto& entry : registry->TakeAll(registry->events_))
+        entry.second->Close();
     delete g_registry;
     g_registry = nullptr;
 }
@@ -159,13 +161,10 @@ bool HandleRegistry::Erase(Map<Object>& map, Handle handle)
 }
 
 template <typename Object>
-void HandleRegistry::Drop(Map<Object>& map)
+HandleRegistry::Map<Object> HandleRegistry::TakeAll(Map<Object>& map)
 {
-    Map<Object> dropped;
-    {
-        const Lock lock(mutex_);
-        dropped.swap(map);
-    }
+    const Lock lock(mutex_);
+    return std::exchange(map, {});
 }
 
 } // namespace GenTLProducer

@@ -65,7 +65,8 @@ public:
     /// The registry of the process, made at the first call.
     static boost::shared_ptr<HandleRegistry> Instance();
 
-    /// Drops every entry and the registry itself; handles go on counting in the next one.
+    /// Drops every entry and the registry itself; handles go on counting in the next one. Closes
+    /// the events: without a handle nobody could abort a wait for one.
     static void Destroy();
 
     /// Each gives a new handle; std::runtime_error when the numbers have run out.
@@ -104,7 +105,7 @@ private:
     template <typename Object>
     static bool Erase(Map<Object>& map, Handle handle);
     template <typename Object>
-    void Drop(Map<Object>& map);
+    Map<Object> TakeAll(Map<Object>& map);
 
     // Lock order 5. Recursive: releasing the last reference runs a destructor that may come back.
     mutable boost::recursive_mutex mutex_;

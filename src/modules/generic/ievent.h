@@ -19,6 +19,8 @@ public:
                                  std::size_t* piOutSize) = 0;
     virtual GC_ERROR Flush() = 0;
     virtual GC_ERROR Kill() = 0;
+    /// Ends the event for good: sends waiting threads home and removes the handle.
+    virtual void Close() = 0;
 };
 
 } // namespace GenTLProducer

@@ -123,6 +123,17 @@ TEST_F(DeviceEvent, ClosingSendsWaitingThreadsHome)
     EXPECT_EQ(event_->Kill(), GC_ERR_NOT_INITIALIZED);
 }
 
+// The handle is gone: an event that went on waiting could never be aborted.
+TEST_F(DeviceEvent, TheEndOfTheRegistrySendsWaitingThreadsHome)
+{
+    event_->SetHandle(HandleRegistry::Instance()->AddEvent(event_));
+    GC_ERROR result = GC_ERR_SUCCESS;
+    std::thread waiting([&] { result = take(GENTL_INFINITE); });
+    HandleRegistry::Destroy();
+    waiting.join();
+    EXPECT_TRUE(result == GC_ERR_ABORT || result == GC_ERR_NOT_INITIALIZED) << result;
+}
+
 TEST_F(DeviceEvent, DataInfoReadsTheRecordThatTheConsumerHolds)
 {
     const std::uint32_t record[] = {kMarker, 0x1234, 1};
