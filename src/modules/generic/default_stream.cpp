@@ -5,6 +5,7 @@
 
 #include <boost/make_shared.hpp>
 
+#include "base/scope_exit.h"
 #include "registers/space/register_data.h"
 
 namespace GenTLProducer
@@ -178,10 +179,10 @@ GC_ERROR CDefaultStream::AnnounceBuffer(void* pBuffer, std::size_t iSize, void* 
     CDefaultStreamBuffer& buffer = TakeFreeBuffer();
     const Handle handle = MakeBufferHandle(static_cast<std::int64_t>(buffer.slotIndex()));
     buffer.Assign(iSize, pBuffer, pPrivate);
-    if (const GC_ERROR result = LowLevelRegisterBuffer(buffer); result != GC_ERR_SUCCESS) {
-        buffer.Release();
+    ScopeExit releaseOnFailure([&] { buffer.Release(); });
+    if (const GC_ERROR result = LowLevelRegisterBuffer(buffer); result != GC_ERR_SUCCESS)
         return result;
-    }
+    releaseOnFailure.release();
     unqueuedQueue_.Append(buffer);
     buffer.SetHandle(handle);
     *phBuffer = ToOpaque(handle);

@@ -2,6 +2,7 @@
 #include "modules/generic/default_stream.h"
 
 #include <array>
+#include <new>
 
 #include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
@@ -61,7 +62,13 @@ private:
         LowLevelFlushToFill(kInput);
         return takeResult();
     }
-    GC_ERROR LowLevelRegisterBuffer(CDefaultStreamBuffer&) override { return takeResult(); }
+    GC_ERROR LowLevelRegisterBuffer(CDefaultStreamBuffer&) override
+    {
+        const GC_ERROR result = takeResult();
+        if (result == GC_ERR_OUT_OF_MEMORY)
+            throw std::bad_alloc();
+        return result;
+    }
     GC_ERROR LowLevelDeregisterBuffer(CDefaultStreamBuffer&) override { return takeResult(); }
     GC_ERROR LowLevelQueueBuffer(CDefaultStreamBuffer& buffer) override
     {
@@ -193,6 +200,9 @@ TEST_F(DataStream, ARefusedAnnouncementLeavesNothing)
     EXPECT_EQ(stream_->AnnounceBuffer(memory_[0].data(), kPayload, nullptr, &handle), GC_ERR_IO);
     EXPECT_EQ(handle, nullptr);
     EXPECT_EQ(info(STREAM_INFO_NUM_ANNOUNCED), 0u);
+    stream_->failNext(GC_ERR_OUT_OF_MEMORY);
+    EXPECT_THROW(stream_->AnnounceBuffer(memory_[0].data(), kPayload, nullptr, &handle),
+                 std::bad_alloc);
     announce(0);
     EXPECT_EQ(readRegister(0x104), 1u);
 }
