@@ -275,8 +275,6 @@ GC_ERROR Stream::LowLevelUpdateQueues()
             GENTL_TRACE(kTraceStream, 3, "Queueing %d / %zu", number, waiting);
             result = LowLevelQueueBuffer(BufferOf(*input.head()));
         }
-        if (result != GC_ERR_SUCCESS)
-            return result;
     }
     TraceQueues("Queues after LowLevelUpdateQueues");
     return result;
