@@ -37,6 +37,8 @@ bool isMapped()
                 .empty();
 }
 
+int g_callsOfOwnFunction = 0;
+
 // Something that takes the library through all its layers.
 void useIt(Producer& loaded)
 {
@@ -55,6 +57,23 @@ void useIt(Producer& loaded)
 }
 
 } // namespace
+
+// A function of the consumer's own, which comes first where the loader looks names up.
+extern "C" __attribute__((visibility("default"))) GC_ERROR TLClose(TL_HANDLE)
+{
+    ++g_callsOfOwnFunction;
+    return GC_ERR_ERROR;
+}
+
+TEST(Library, CallsItsOwnFunctionsWhateverTheConsumerHas)
+{
+    ASSERT_EQ(::dlsym(RTLD_DEFAULT, "TLClose"), reinterpret_cast<void*>(&TLClose));
+    Producer loaded = loadProducer(RTLD_NOW | RTLD_LOCAL);
+    useIt(loaded);
+    EXPECT_EQ(loaded.GCCloseLib(), GC_ERR_SUCCESS);
+    EXPECT_EQ(g_callsOfOwnFunction, 0);
+    unloadProducer(loaded);
+}
 
 TEST(Library, ExportsTheFunctionsOfTheInterfaceAndNothingElse)
 {
