@@ -65,8 +65,10 @@ void CDefaultSystem::DeclareRegisters()
     registers_.Declare32(kGenTLVersionMajor, kReadOnly, 1, nullptr);
     registers_.Declare32(kSfncVersionMinor, kReadOnly, 1, nullptr);
     registers_.Declare32(kSfncVersionMajor, kReadOnly, 1, nullptr);
-    DeclareText(kFileName, ReadInfoString(systemInfo_, TL_INFO_NAME), 256);
-    DeclareText(kPath, ReadInfoString(systemInfo_, TL_INFO_PATHNAME), 1024);
+    // A path may be longer than what the record's reader takes; here it is cut to the register.
+    const std::string path = LibraryPath();
+    DeclareText(kFileName, BaseName(path), 256);
+    DeclareText(kPath, path, 1024);
     DeclareText(kDisplayName, ReadInfoString(systemInfo_, TL_INFO_DISPLAYNAME), 256);
     DeclareText(kTypeText, ReadInfoString(systemInfo_, TL_INFO_TLTYPE), 64);
     DeclareText(kInterfaceId, "No Interface selected", kInterfaceTextWidth);
