@@ -237,6 +237,11 @@ TEST_F(TriggerFeatureTest, UnsupportedConfigurationsAreReportedOnly)
                  c.selector = TriggerSelector::FrameEnd;
              }));
          }},
+        {"ConfigureTrigger: ignore unsupported trigger activation FallingEdge\n",
+         [&](auto& f) {
+             f.ConfigureTrigger(
+                 changed([](auto& c) { c.activation = TriggerActivation::FallingEdge; }));
+         }},
         {"ConfigureTrigger: ignore unsupported trigger activation AnyEdge\n",
          [&](auto& f) {
              f.ConfigureTrigger(
