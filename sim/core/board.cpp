@@ -135,6 +135,8 @@ CameraOptions Board::MakeCameraOptions(unsigned index,
     camera.form = options_.form.value_or(RequestForm::Native);
     camera.laneCount = static_cast<std::uint8_t>(options_.lanes.value_or(camera.laneCount));
     camera.laneRateBps = options_.laneRateBps.value_or(camera.laneRateBps);
+    camera.light.level = options_.light.value_or(camera.light.level);
+    camera.light.temperature = options_.lightTemperature.value_or(camera.light.temperature);
     return camera;
 }
 

@@ -14,6 +14,10 @@ namespace
 
 constexpr unsigned kMaxCameras = 8;
 constexpr double kMaxFps = 10'000;
+constexpr double kMinLight = 0.001;
+constexpr double kMaxLight = 1'000;
+constexpr double kMinTemperature = 2'500;
+constexpr double kMaxTemperature = 7'500;
 
 [[noreturn]] void Refuse(std::string_view key, std::string_view value, std::string_view expected)
 {
@@ -120,6 +124,10 @@ void BoardOptions::Set(std::string_view key, std::string_view value)
         lanes = ParseNumber(key, value, 1u, 4u);
     } else if (key == "lane-rate") {
         laneRateBps = ParseNumber<std::uint64_t>(key, value, 0, 10'000'000'000);
+    } else if (key == "light") {
+        light = ParseNumber(key, value, kMinLight, kMaxLight);
+    } else if (key == "light-temperature") {
+        lightTemperature = ParseNumber(key, value, kMinTemperature, kMaxTemperature);
     } else if (key == "kmsg") {
         kmsg = value;
     } else if (key == "scene") {
@@ -152,6 +160,10 @@ std::string BoardOptions::ToText() const
         AppendSetting(text, "lanes", std::to_string(*lanes));
     if (laneRateBps)
         AppendSetting(text, "lane-rate", std::to_string(*laneRateBps));
+    if (light)
+        AppendSetting(text, "light", FormatNumber(*light));
+    if (lightTemperature)
+        AppendSetting(text, "light-temperature", FormatNumber(*lightTemperature));
     if (!kmsg.empty())
         AppendSetting(text, "kmsg", kmsg);
     if (!scene.empty())

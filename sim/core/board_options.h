@@ -28,6 +28,8 @@ struct BoardOptions {
     std::optional<std::string> model;
     std::optional<unsigned> lanes;
     std::optional<std::uint64_t> laneRateBps;
+    std::optional<double> light;            ///< Light::level
+    std::optional<double> lightTemperature; ///< Light::temperature
     std::string kmsg;  ///< the file that stands in for the kernel log; empty for none
     std::string scene; ///< raw picture, see Scene::FromRawFile(); empty for the test chart
 

@@ -9,6 +9,7 @@ namespace
 constexpr int kWidth = static_cast<int>(kSensorPixelsX);
 constexpr int kHeight = static_cast<int>(kSensorPixelsY);
 constexpr int kGridStep = 100;
+constexpr int kGridLine = 5;
 constexpr int kSquare = 64;
 
 std::uint8_t Part(int position, int size)
@@ -57,7 +58,7 @@ Colour PatternPixel(unsigned mode, int x, int y)
     case 5:
         return Grey(Part(y, kHeight));
     case 6:
-        return x % kGridStep == 0 || y % kGridStep == 0 ? kWhite : kBlack;
+        return x % kGridStep < kGridLine || y % kGridStep < kGridLine ? kWhite : kBlack;
     case 7:
         return (x / kSquare + y / kSquare) % 2 == 0 ? kWhite : kBlack;
     case 8:

@@ -173,6 +173,9 @@ constexpr Setting kSettings[] = {
     {"fps", "RATE",
      "Frames per second; 0 for as fast as they are taken. Without this, the rate that the camera "
      "is set to"},
+    {"light", "LEVEL",
+     "Light on the scene, 0.001 to 1000; 1 is what the automatic exposure is made for"},
+    {"light-temperature", "KELVIN", "Colour of the light, 2500 to 7500; 5000 otherwise"},
     {"cameras", "N", "Cameras on the board, 1 to 8. The serial numbers count up"},
     {"serial", "TEXT", "Serial number of the first camera, ZEVO:SIM0001 otherwise"},
     {"user-name", "TEXT", "User-defined name of the cameras"},

@@ -24,11 +24,15 @@ TEST(Options, SurviveTheEnvironment)
     options.serial = "A;B=%41\nC";
     options.lanes = 2;
     options.laneRateBps = 800'000'000;
+    options.light = 0.25;
+    options.lightTemperature = 2800;
     options.kmsg = "/tmp/a b";
     const BoardOptions read = BoardOptions::FromText(options.ToText());
     EXPECT_EQ(read.ToText(), options.ToText());
     EXPECT_EQ(read.serial, options.serial);
     EXPECT_EQ(read.fps, options.fps);
+    EXPECT_EQ(read.light, options.light);
+    EXPECT_EQ(read.lightTemperature, options.lightTemperature);
     EXPECT_EQ(read.kmsg, options.kmsg);
     EXPECT_FALSE(read.model);
 }
@@ -37,8 +41,15 @@ TEST(Options, RefuseWhatMakesNoSense)
 {
     for (const char* text :
          {"board=raspberry", "cameras=0", "cameras=9", "cameras=1x", "fps=-1", "fps=nan", "lanes=5",
-          "form=both", "planes=2", "colour=red", "csi-id=-1"})
+          "form=both", "planes=2", "colour=red", "csi-id=-1", "light=0", "light-temperature=2000"})
         EXPECT_THROW(BoardOptions::FromText(text), std::invalid_argument) << text;
+}
+
+TEST(Options, LightReachesTheCamera)
+{
+    TestBoard board("light=0.5;light-temperature=7500");
+    EXPECT_EQ(board.GetCamera().Options().light.level, 0.5);
+    EXPECT_EQ(board.GetCamera().Options().light.temperature, 7500);
 }
 
 TEST(Paths, RealmIsTheBoards)

@@ -127,6 +127,8 @@ TEST(TestPattern, EachModeHasItsPicture)
     ExpectGrey(fading.At(1787, 1944), 128, "fades to grey");
     ExpectGrey(show(4).At(1300, 700), 127, "ramp to the right");
     ExpectGrey(show(5).At(700, 976), 127, "ramp downwards");
+    ExpectGrey(show(6).At(502, 750), 255, "grid line");
+    ExpectGrey(show(6).At(550, 750), 0, "between grid lines");
     ExpectGrey(show(7).At(32, 928), 255, "white square");
     ExpectGrey(show(7).At(96, 928), 0, "black square");
     EXPECT_GT(show(8).Edges(), 30) << "noise";

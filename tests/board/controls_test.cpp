@@ -1,0 +1,355 @@
+// The camera's features as they show in a consumer's frames.
+#include <cmath>
+#include <functional>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "base/pfnc.h"
+#include "camera.h"
+#include "sim/core/colour_stage.h"
+#include "sim/core/frame_counter.h"
+#include "sim/core/frame_layout.h"
+#include "sim/core/scene.h"
+
+namespace
+{
+
+using namespace GenTLProducer;
+using zevo_sim::FrameLayout;
+
+constexpr uint64_t kExposureAuto = 0x100005d0;
+constexpr uint64_t kExposureTime = 0x100005e0;
+constexpr uint64_t kGain = 0x100005f0;
+constexpr uint64_t kGainAuto = 0x10000674;
+constexpr uint64_t kTestPattern = 0x100006f8;
+constexpr uint64_t kFrameRate = 0x10000708;
+constexpr uint64_t kFrameRateEnable = 0x10000714;
+constexpr uint64_t kSharpness = 0x10000724;
+constexpr uint64_t kBrightness = 0x10000734;
+constexpr uint64_t kContrast = 0x100007c8;
+constexpr uint64_t kColorSpace = 0x1000084c;
+constexpr uint64_t kBalanceWhiteAuto = 0x100008d0;
+constexpr uint64_t kBalanceRatioRed = 0x100008e0;
+constexpr uint64_t kBalanceRatioBlue = 0x10000900;
+constexpr uint64_t kToneMapping = 0x10000984;
+constexpr uint64_t kLightSource = 0x10000a08;
+constexpr uint64_t kGamma = 0x10000b70;
+constexpr uint64_t kSaturation = 0x10000b80;
+constexpr uint64_t kTriggerMode = 0x10000da0;
+constexpr uint64_t kTriggerSource = 0x10001518;
+constexpr uint64_t kTriggerSoftware = 0x10001bc8;
+
+constexpr unsigned kWidth = 1296;
+constexpr unsigned kHeight = 976;
+
+struct Picture {
+    double mean = 0;   ///< of the luma
+    double spread = 0; ///< of the luma, around its mean
+    double edges = 0;  ///< luma steps from pixel to pixel
+    double chroma = 0; ///< colour differences off grey
+    double cb = 0;     ///< of a grey place
+    double cr = 0;
+    std::vector<zevo_sim::Yuv> bars; ///< of the chart, or what stands in their place
+};
+
+/// What is measured leaves out the frame number at the top.
+Picture measure(const uint8_t* data, FrameLayout layout)
+{
+    const auto luma = [&](unsigned x, unsigned y) {
+        return static_cast<int>(data[LumaOffset(layout, kWidth, x, y)]);
+    };
+    const auto at = [&](unsigned x, unsigned y) {
+        const std::size_t blue = BlueOffset(layout, kWidth, kHeight, x, y);
+        return zevo_sim::Yuv{static_cast<uint8_t>(luma(x, y)), data[blue],
+                             data[blue + RedOffset(layout)]};
+    };
+    Picture picture;
+    double count = 0;
+    double squares = 0;
+    for (unsigned y = 64; y < kHeight - 64; y += 2) {
+        for (unsigned x = 0; x < kWidth; x += 2, ++count) {
+            const zevo_sim::Yuv pixel = at(x, y);
+            picture.mean += pixel.y;
+            squares += double{1} * pixel.y * pixel.y;
+            picture.edges += std::abs(luma(x + 1, y) - pixel.y);
+            picture.chroma += std::abs(pixel.cb - 128) + std::abs(pixel.cr - 128);
+        }
+    }
+    picture.mean /= count;
+    picture.spread = std::sqrt(squares / count - picture.mean * picture.mean);
+    picture.edges /= count;
+    picture.chroma /= count;
+    picture.cb = at(1200, 500).cb;
+    picture.cr = at(1200, 500).cr;
+    for (const zevo_sim::ChartPoint& point : zevo_sim::kChartPoints)
+        if (point.x < static_cast<int>(kWidth))
+            picture.bars.push_back(
+                at(static_cast<unsigned>(point.x), static_cast<unsigned>(point.y)));
+    return picture;
+}
+
+/// A stream of the sensor's upper left quarter.
+class Shooting : public Streaming
+{
+public:
+    Shooting()
+    {
+        EXPECT_EQ(write(remote::kWidth, kWidth), GC_ERR_SUCCESS);
+        EXPECT_EQ(write(remote::kHeight, kHeight), GC_ERR_SUCCESS);
+        EXPECT_EQ(write(remote::kOffsetX, 0), GC_ERR_SUCCESS);
+        EXPECT_EQ(write(remote::kOffsetY, 0), GC_ERR_SUCCESS);
+        layout_ =
+            read(remote::kPixelFormat) == Pfnc::YUV422_8 ? FrameLayout::Yuyv : FrameLayout::Uyvy;
+    }
+
+    Picture shoot(uint64_t timeoutMs = 5000)
+    {
+        const BUFFER_HANDLE buffer = take(timeoutMs);
+        EXPECT_TRUE(buffer) << lastError();
+        if (!buffer)
+            return {};
+        const Picture picture = measure(data(buffer), layout_);
+        number = zevo_sim::ReadCounter(data(buffer), layout_, kWidth, kHeight,
+                                       zevo_sim::CounterPlace::Top)
+                     .value_or(0);
+        timestampNs = info(buffer, BUFFER_INFO_TIMESTAMP);
+        giveBack(buffer);
+        return picture;
+    }
+
+    /// Frames on their way still show the old settings, and automatics need some.
+    bool becomes(const std::function<bool(const Picture&)>& isRight)
+    {
+        for (int frame = 0; frame < 150; ++frame)
+            if (isRight(shoot()))
+                return true;
+        return false;
+    }
+
+    uint64_t number = 0;
+    uint64_t timestampNs = 0;
+
+private:
+    FrameLayout layout_ = FrameLayout::Uyvy;
+};
+
+struct Setting {
+    uint64_t address;
+    int value;
+};
+using Settings = std::vector<Setting>;
+
+void set(const OpenDevice& camera, const Settings& settings)
+{
+    for (const Setting& setting : settings)
+        EXPECT_EQ(camera.write(setting.address, static_cast<uint32_t>(setting.value)),
+                  GC_ERR_SUCCESS)
+            << std::hex << setting.address << " " << lastError();
+}
+
+bool isAbout(double value, double expected, double part = 0.01)
+{
+    return std::abs(value - expected) <= expected * part;
+}
+
+} // namespace
+
+TEST(Controls, ADefaultCameraShowsTheChartAsItIs)
+{
+    Shooting camera;
+    camera.start(4);
+    for (int frame = 0; frame < 10; ++frame) {
+        const Picture picture = camera.shoot();
+        ASSERT_GE(picture.bars.size(), 4U);
+        for (std::size_t i = 0; i < picture.bars.size(); ++i) {
+            const zevo_sim::Yuv expected = zevo_sim::ToYuv(zevo_sim::kBars[i]);
+            EXPECT_EQ(picture.bars[i].y, expected.y) << i;
+            EXPECT_EQ(picture.bars[i].cb, expected.cb) << i;
+            EXPECT_EQ(picture.bars[i].cr, expected.cr) << i;
+        }
+    }
+    camera.stop();
+}
+
+TEST(Controls, ImageProcessingShowsInThePictureAndGoesAway)
+{
+    const struct {
+        const char* what;
+        Settings settings;
+        Settings back;
+        double Picture::*measure;
+        double least; ///< parts of what the plain picture measures
+        double most;
+    } cases[] = {
+        {"brighter", {{kBrightness, 50}}, {{kBrightness, 0}}, &Picture::mean, 1.3, 2.5},
+        {"darker", {{kBrightness, -50}}, {{kBrightness, 0}}, &Picture::mean, 0.1, 0.7},
+        {"contrast", {{kContrast, 100}}, {{kContrast, 0}}, &Picture::spread, 1.1, 2.0},
+        {"less contrast", {{kContrast, -100}}, {{kContrast, 0}}, &Picture::spread, 0.3, 0.6},
+        {"grey", {{kSaturation, 0}}, {{kSaturation, 100}}, &Picture::chroma, 0, 0.001},
+        {"colourful", {{kSaturation, 200}}, {{kSaturation, 100}}, &Picture::chroma, 1.2, 2.0},
+        {"sharp", {{kSharpness, 100}}, {{kSharpness, 0}}, &Picture::edges, 1.3, 9.0},
+        {"linear", {{kColorSpace, 0}}, {{kColorSpace, 1}}, &Picture::mean, 0.2, 0.9},
+        {"gamma 2.2",
+         {{kColorSpace, 0}, {kGamma, 220}},
+         {{kGamma, 100}, {kColorSpace, 1}},
+         &Picture::mean,
+         0.97,
+         1.03},
+        {"gamma 3",
+         {{kColorSpace, 0}, {kGamma, 300}},
+         {{kGamma, 100}, {kColorSpace, 1}},
+         &Picture::mean,
+         1.1,
+         1.6},
+        {"tone mapping", {{kToneMapping, 0}}, {{kToneMapping, 1}}, &Picture::mean, 0.6, 0.95},
+    };
+    Shooting camera;
+    camera.start(4);
+    const Picture plain = camera.shoot();
+    for (const auto& c : cases) {
+        set(camera, c.settings);
+        EXPECT_TRUE(camera.becomes([&](const Picture& picture) {
+            const double part = picture.*c.measure / (plain.*c.measure);
+            return part >= c.least && part <= c.most;
+        })) << c.what;
+        set(camera, c.back);
+        EXPECT_TRUE(camera.becomes([&](const Picture& picture) {
+            return picture.*c.measure == plain.*c.measure && picture.mean == plain.mean;
+        })) << c.what;
+    }
+    camera.stop();
+}
+
+TEST(Controls, ExposureAndGainActOnceTheirAutomaticsAreOff)
+{
+    Shooting camera;
+    camera.start(4);
+    const Picture plain = camera.shoot();
+    set(camera, {{kExposureAuto, 0}, {kGainAuto, 0}});
+    EXPECT_EQ(camera.read(kExposureTime), 16'000U) << "what the automatic had settled on";
+    EXPECT_EQ(camera.read(kGain), 384U);
+    for (int frame = 0; frame < 10; ++frame)
+        EXPECT_EQ(camera.shoot().mean, plain.mean) << "no jump";
+
+    set(camera, {{kExposureTime, 4'000}});
+    double dark = 0;
+    EXPECT_TRUE(camera.becomes([&](const Picture& picture) {
+        dark = picture.mean;
+        return picture.mean < plain.mean * 0.7;
+    }));
+    set(camera, {{kGain, 768}});
+    EXPECT_TRUE(camera.becomes([&](const Picture& picture) { return picture.mean > dark * 1.2; }));
+    set(camera, {{kGainAuto, 1}});
+    EXPECT_TRUE(camera.becomes([&](const Picture& picture) { return picture.mean == plain.mean; }));
+    EXPECT_TRUE(camera.becomes([&](const Picture&) { return camera.read(kGain) == 1536; }))
+        << camera.read(kGain);
+    camera.stop();
+}
+
+TEST(Controls, WhiteBalanceTintsAndSettles)
+{
+    Shooting camera;
+    camera.start(4);
+    const Picture plain = camera.shoot();
+    EXPECT_NEAR(plain.cr, 128, 1);
+    set(camera, {{kBalanceWhiteAuto, 0}});
+    for (int frame = 0; frame < 10; ++frame)
+        EXPECT_TRUE(isAbout(camera.shoot().mean, plain.mean, 0.003)) << "the automatic's gains";
+    set(camera, {{kBalanceRatioRed, 4 * 4096}});
+    EXPECT_TRUE(camera.becomes([](const Picture& picture) { return picture.cr > 140; }));
+    set(camera, {{kBalanceRatioRed, 6868}, {kBalanceRatioBlue, 4 * 4096}});
+    EXPECT_TRUE(camera.becomes([](const Picture& picture) { return picture.cb > 140; }));
+    set(camera, {{kLightSource, 2}}); // 2500 K, where the light is 5000 K
+    EXPECT_TRUE(camera.becomes(
+        [](const Picture& picture) { return picture.cb > 133 && picture.cr < 123; }));
+    EXPECT_TRUE(camera.becomes([&](const Picture&) {
+        return isAbout(camera.read(kBalanceRatioBlue) / 4096.0, 2.890625);
+    }));
+    set(camera, {{kBalanceWhiteAuto, 1}});
+    EXPECT_TRUE(camera.becomes([&](const Picture& picture) { return picture.mean == plain.mean; }));
+    EXPECT_TRUE(camera.becomes([&](const Picture&) {
+        return isAbout(camera.read(kBalanceRatioRed), 6868, 0.001) &&
+               isAbout(camera.read(kBalanceRatioBlue), 6472, 0.001);
+    }));
+    camera.stop();
+}
+
+TEST(Controls, TestPatternsReplaceTheSceneAndGiveItBack)
+{
+    Shooting camera;
+    camera.start(4);
+    const Picture plain = camera.shoot();
+    // Column of the sensor, 250, on the patterns: white fading to grey, a dark ramp, blue.
+    const struct {
+        int pattern;
+        zevo_sim::Colour left;
+    } cases[] = {{3, {242, 242, 242}}, {4, {24, 24, 24}}, {5, {24, 26, 230}}};
+    for (const auto& c : cases) {
+        set(camera, {{kTestPattern, c.pattern}});
+        const zevo_sim::Yuv expected = zevo_sim::ToYuv(c.left);
+        EXPECT_TRUE(camera.becomes([&](const Picture& picture) {
+            const zevo_sim::Yuv& pixel = picture.bars.at(0);
+            return std::abs(pixel.y - expected.y) <= 2 && std::abs(pixel.cb - expected.cb) <= 2 &&
+                   std::abs(pixel.cr - expected.cr) <= 2;
+        })) << c.pattern;
+    }
+    set(camera, {{kTestPattern, 0}});
+    EXPECT_TRUE(camera.becomes([&](const Picture& picture) {
+        return picture.mean == plain.mean && picture.chroma == plain.chroma;
+    }));
+    camera.stop();
+}
+
+/// The board never sends frames faster than it is told, but for a short lag that it makes up for.
+TEST(Controls, FrameRateAndLongExposuresSlowTheStreamDown)
+{
+    const Settings cases[] = {{{kFrameRate, 100}, {kFrameRateEnable, 1}},
+                              {{kExposureAuto, 0}, {kExposureTime, 100'000}}};
+    for (const auto& settings : cases) {
+        Shooting camera;
+        set(camera, settings);
+        camera.start(4);
+        camera.shoot();
+        const uint64_t first = camera.timestampNs;
+        const uint64_t firstNumber = camera.number;
+        for (int frame = 0; frame < 8; ++frame)
+            camera.shoot();
+        EXPECT_GE(camera.timestampNs - first,
+                  (camera.number - firstNumber - 4) * uint64_t{100'000'000});
+        camera.stop();
+    }
+}
+
+TEST(Controls, ASoftwareTriggerGivesOneFrame)
+{
+    constexpr uint64_t kShortMs = 150;
+    Shooting camera;
+    set(camera, {{kTriggerSource, 0}, {kTriggerMode, 1}});
+    camera.start(4);
+    EXPECT_FALSE(camera.take(kShortMs));
+    uint64_t number = 0;
+    for (int trigger = 0; trigger < 4; ++trigger) {
+        set(camera, {{kTriggerSoftware, 1}});
+        camera.shoot();
+        if (trigger > 0) {
+            EXPECT_EQ(camera.number, number + 1);
+        }
+        number = camera.number;
+    }
+    EXPECT_FALSE(camera.take(kShortMs));
+    camera.stop();
+
+    set(camera, {{kTriggerSource, 1}});
+    camera.start(4);
+    EXPECT_FALSE(camera.take(kShortMs)) << "nothing is connected to the line";
+    camera.stop();
+
+    for (const auto& settings : {Settings{{kTriggerSource, 2}}, Settings{{kTriggerMode, 0}}}) {
+        set(camera, settings);
+        camera.start(4);
+        for (int frame = 0; frame < 5; ++frame)
+            camera.shoot();
+        camera.stop();
+    }
+}
