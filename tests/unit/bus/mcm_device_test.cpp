@@ -63,14 +63,6 @@ TEST_F(McmDeviceTest, OpensInTheToldOrder)
     EXPECT_EQ(device.getFirmwareVersion(), "p=x/s=r/v=1.2/h=abc");
 }
 
-TEST_F(McmDeviceTest, LimitsOfZeroMeanOnePiece)
-{
-    bridge->put(kBlock + 0x14, std::uint32_t{0});
-    bridge->put(kBlock + 0x18, std::uint32_t{0});
-    const McmDevice device(bridge);
-    EXPECT_EQ(bridge->transfers.back(), (Transfer{'r', kFirmware, 236}));
-}
-
 TEST_F(McmDeviceTest, AcceptsInterfaceTwoOnly)
 {
     const struct {

@@ -52,7 +52,7 @@ TEST(BootstrapRegisters, ShowTheTexts)
     } kCases[] = {
         {0x004, "Tolmen", "Tolmen"},
         {0x044, "zvK1800-45tqr", "zvK1800-45tqr"},
-        {0x0C4, "", ""},
+        {0x0C4, "2.1", "2.1"},
         {0x104, full, full},
         {0x144, "SN:12345", "12345"},
         {0x144, "12345", "12345"},
