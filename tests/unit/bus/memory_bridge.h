@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "../support/outcome.h"
 #include "base/endian.h"
 #include "bus/imcm_bridge.h"
 
@@ -94,15 +95,3 @@ private:
             throw std::runtime_error("no answer");
     }
 };
-
-/// What the callable throws; empty when it throws nothing.
-template <typename Callable>
-std::string errorOf(Callable callable)
-{
-    try {
-        callable();
-    } catch (const std::exception& error) {
-        return error.what();
-    }
-    return {};
-}

@@ -63,6 +63,7 @@ void QueueAll(VideoDevice& device, const std::vector<std::unique_ptr<Buffer>>& b
 TEST(VideoDevice, OpensNonBlockingAndClosesAtTheEnd)
 {
     FakeCaptureNode node;
+    node.driver = "sixteen-letters!"; // and no end
     SystemCalls calls = node.Calls();
     int openFlags = 0;
     calls.open = [&, open = calls.open](const char* path, int flags, int mode) {
@@ -75,7 +76,7 @@ TEST(VideoDevice, OpensNonBlockingAndClosesAtTheEnd)
         const VideoDevice device("/dev/video9", calls);
         EXPECT_EQ(openFlags, O_RDWR | O_NONBLOCK);
         EXPECT_EQ(device.GetCapabilities(), kSingle);
-        EXPECT_EQ(device.GetDriverName(), "fake");
+        EXPECT_EQ(device.GetDriverName(), node.driver);
         EXPECT_EQ(node.openDescriptors, 1);
     }
     EXPECT_EQ(node.openDescriptors, 0);
@@ -139,19 +140,13 @@ TEST(VideoDevice, CapabilitiesDecideTheBufferType)
     }
 }
 
-TEST(VideoDevice, DriverNameNeedsNoEnd)
-{
-    FakeCaptureNode node;
-    node.driver = "sixteen-letters!";
-    EXPECT_EQ(VideoDevice("/dev/video9", node.Calls()).GetDriverName(), node.driver);
-}
-
 TEST(VideoDevice, FailuresNameTheOperation)
 {
     using Call = void (*)(VideoDevice&, Buffer&);
     const struct {
         Call call;
         std::string words;
+        int error = EIO;
     } rows[] = {
         {[](VideoDevice& d, Buffer&) { d.StreamOn(); }, "Failed to start stream"},
         {[](VideoDevice& d, Buffer&) { d.StreamOff(); }, "Failed to turn off stream"},
@@ -168,25 +163,18 @@ TEST(VideoDevice, FailuresNameTheOperation)
         {[](VideoDevice& d, Buffer&) { d.FindControl("Gain"); }, "Failed to query V4L2 controls"},
         {[](VideoDevice& d, Buffer&) { d.RequestBuffers(4); }, "VIDIOC_REQBUFS failed"},
         {[](VideoDevice& d, Buffer&) { d.RequestBuffers(0); }, "VIDIOC_REQBUFS failed"},
+        {[](VideoDevice& d, Buffer&) { d.RequestBuffers(4); },
+         "Video device does not support memory mapping", EINVAL},
     };
     for (const auto& row : rows) {
         FakeCaptureNode node;
         const auto device = Open(node);
         const auto buffers = device->RequestBuffers(2);
-        node.FailCall(1, EIO);
+        node.FailCall(1, row.error);
         const auto [code, text] = ErrorOf([&] { row.call(*device, *buffers[1]); });
-        EXPECT_EQ(code, EIO) << row.words;
-        EXPECT_EQ(text, row.words + SystemText(EIO));
+        EXPECT_EQ(code, row.error) << row.words;
+        EXPECT_EQ(text, row.words + SystemText(row.error));
     }
-}
-
-TEST(VideoDevice, NodeWithoutMemoryMappingSaysSo)
-{
-    FakeCaptureNode node;
-    const auto device = Open(node);
-    node.FailCall(1, EINVAL);
-    EXPECT_EQ(ErrorOf([&] { device->RequestBuffers(4); }).second,
-              "Video device does not support memory mapping" + SystemText(EINVAL));
 }
 
 TEST(VideoDevice, MapsWhatTheDriverGrantsAndUnmapsIt)
