@@ -28,6 +28,7 @@ public:
     void AddOptions(CLI::App& command);
     /// Looks at the options' texts without a camera. UsageError.
     void Check();
+    const std::vector<Setting>& Settings() const { return settings_; }
     void Apply(const FeatureMap& features) const;
 
 private:

@@ -96,11 +96,6 @@ double SnapToLimit(double value, double limit)
     return FormatFloat(value) == FormatFloat(limit) ? limit : value;
 }
 
-std::vector<Feature> Features(const std::vector<ArvGcFeatureNode*>& nodes)
-{
-    return {nodes.begin(), nodes.end()};
-}
-
 } // namespace
 
 const char* KindName(FeatureKind kind)
@@ -271,14 +266,20 @@ std::string Feature::Choice() const
 std::vector<std::string> Feature::Entries() const
 {
     std::vector<std::string> entries;
-    if (Kind() != FeatureKind::Enumeration)
-        return entries;
-    for (const GSList* item = arv_gc_enumeration_get_entries(ARV_GC_ENUMERATION(node_));
-         item != nullptr; item = item->next) {
-        const Feature entry(ARV_GC_FEATURE_NODE(item->data));
+    for (const Feature& entry : EntryNodes())
         if (entry.IsAvailable())
             entries.push_back(entry.Name());
-    }
+    return entries;
+}
+
+/// In the order of the description, which the library's own list doesn't keep.
+std::vector<Feature> Feature::EntryNodes() const
+{
+    std::vector<Feature> entries;
+    for (ArvDomNode* child = arv_dom_node_get_first_child(ARV_DOM_NODE(node_)); child != nullptr;
+         child = arv_dom_node_get_next_sibling(child))
+        if (ARV_IS_GC_ENUM_ENTRY(child))
+            entries.emplace_back(ARV_GC_FEATURE_NODE(child));
     return entries;
 }
 
@@ -379,9 +380,8 @@ void Feature::SetEnumeration(const std::string& text, Checking checking) const
     const std::string name = Name();
     ArvGcEnumeration* node = ARV_GC_ENUMERATION(node_);
     std::vector<std::string> all;
-    for (const GSList* item = arv_gc_enumeration_get_entries(node); item != nullptr;
-         item = item->next)
-        all.push_back(Feature(ARV_GC_FEATURE_NODE(item->data)).Name());
+    for (const Feature& entry : EntryNodes())
+        all.push_back(entry.Name());
     const std::vector<std::string> available = checking == Checking::Everything ? Entries() : all;
     if (std::find(all.begin(), all.end(), text) == all.end())
         throw Failure(name + " has no entry \"" + text + "\"" + Suggestion(text, available) + " (" +
@@ -418,28 +418,28 @@ void Feature::Execute() const
 
 std::vector<Feature> Feature::Children() const
 {
-    std::vector<ArvGcFeatureNode*> nodes;
+    std::vector<Feature> features;
     if (Kind() != FeatureKind::Category)
-        return {};
+        return features;
     ArvGc* description = arv_gc_node_get_genicam(ARV_GC_NODE(node_));
     for (const GSList* item = arv_gc_category_get_features(ARV_GC_CATEGORY(node_)); item != nullptr;
          item = item->next) {
         ArvGcNode* node = arv_gc_get_node(description, static_cast<const char*>(item->data));
         if (ARV_IS_GC_FEATURE_NODE(node))
-            nodes.push_back(ARV_GC_FEATURE_NODE(node));
+            features.emplace_back(ARV_GC_FEATURE_NODE(node));
     }
-    return Features(nodes);
+    return features;
 }
 
 std::vector<Feature> Feature::Selected() const
 {
-    std::vector<ArvGcFeatureNode*> nodes;
+    std::vector<Feature> features;
     if (!ARV_IS_GC_SELECTOR(node_) || !arv_gc_selector_is_selector(ARV_GC_SELECTOR(node_)))
-        return {};
+        return features;
     for (const GSList* item = arv_gc_selector_get_selected_features(ARV_GC_SELECTOR(node_));
          item != nullptr; item = item->next)
-        nodes.push_back(ARV_GC_FEATURE_NODE(item->data));
-    return Features(nodes);
+        features.emplace_back(ARV_GC_FEATURE_NODE(item->data));
+    return features;
 }
 
 } // namespace zevo_tool

@@ -68,6 +68,7 @@ public:
     std::vector<Feature> Selected() const;
 
 private:
+    std::vector<Feature> EntryNodes() const;
     void CheckWritable() const;
     void SetInteger(const std::string& text, Checking checking) const;
     void SetFloat(const std::string& text, Checking checking) const;

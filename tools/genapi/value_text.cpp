@@ -53,7 +53,10 @@ std::optional<std::int64_t> ParseInteger(const std::string& text)
 
 std::optional<double> ParseFloat(const std::string& text)
 {
-    const char* start = text.data() + (text.rfind('+', 0) == 0 ? 1 : 0);
+    const bool hasPlus = text.rfind('+', 0) == 0;
+    if (hasPlus && text.rfind("+-", 0) == 0)
+        return std::nullopt;
+    const char* start = text.data() + (hasPlus ? 1 : 0);
     const char* last = text.data() + text.size();
     double value = 0;
     const auto [end, error] = std::from_chars(start, last, value);

@@ -1,0 +1,208 @@
+#include <gmock/gmock.h>
+
+#include <cstring>
+#include <map>
+
+#include "failure.h"
+#include "genapi/feature_map.h"
+
+namespace zevo_tool
+{
+namespace
+{
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+/// Eight registers of four bytes; address 0x40 refuses everything.
+class FakePort final : public Port
+{
+public:
+    void Read(std::uint64_t address, void* data, std::size_t size) override
+    {
+        Check(address);
+        std::memset(data, 0, size);
+        std::memcpy(data, &words[address], std::min(size, sizeof(std::uint32_t)));
+    }
+    void Write(std::uint64_t address, const void* data, std::size_t size) override
+    {
+        Check(address);
+        std::memcpy(&words[address], data, std::min(size, sizeof(std::uint32_t)));
+    }
+
+    std::map<std::uint64_t, std::uint32_t> words;
+
+private:
+    static void Check(std::uint64_t address)
+    {
+        if (address == 0x40)
+            throw Failure("GCWritePort: GC_ERR_ACCESS_DENIED (-1005): not now");
+    }
+};
+
+constexpr std::uint64_t kWidth = 0x0;
+constexpr std::uint64_t kLocked = 0x4;
+constexpr std::uint64_t kMode = 0x8;
+constexpr std::uint64_t kEnable = 0xC;
+constexpr std::uint64_t kRate = 0x10;
+constexpr std::uint64_t kReset = 0x14;
+constexpr std::uint64_t kAvailable = 0x18;
+
+std::string Register(const std::string& name, const std::string& address,
+                     const std::string& access = "RW")
+{
+    return "<IntReg Name=\"" + name + "\"><Address>" + address +
+           "</Address><Length>4</Length><AccessMode>" + access +
+           "</AccessMode><pPort>Device</pPort><Sign>Unsigned</Sign>"
+           "<Endianess>LittleEndian</Endianess></IntReg>";
+}
+
+std::string Description()
+{
+    return R"(<?xml version="1.0" encoding="utf-8"?>
+<RegisterDescription ModelName="M" VendorName="V" StandardNameSpace="None"
+    SchemaMajorVersion="1" SchemaMinorVersion="1" SchemaSubMinorVersion="0"
+    MajorVersion="1" MinorVersion="0" SubMinorVersion="0"
+    ProductGuid="0" VersionGuid="0" xmlns="http://www.genicam.org/GenApi/Version_1_1">
+<Category Name="Root"><pFeature>Control</pFeature></Category>
+<Category Name="Control"><pFeature>Width</pFeature><pFeature>Mode</pFeature>
+    <pFeature>Enable</pFeature><pFeature>Rate</pFeature><pFeature>Reset</pFeature>
+    <pFeature>Broken</pFeature><pFeature>Fixed</pFeature></Category>
+<Integer Name="Width"><pIsLocked>LockedReg</pIsLocked><Streamable>Yes</Streamable>
+    <pValue>WidthReg</pValue><Min>96</Min><Max>2592</Max><Inc>8</Inc><Unit>px</Unit></Integer>
+<Enumeration Name="Mode"><pSelected>Width</pSelected>
+    <EnumEntry Name="Off"><Value>0</Value></EnumEntry>
+    <EnumEntry Name="Once"><pIsAvailable>AvailableReg</pIsAvailable><Value>1</Value></EnumEntry>
+    <EnumEntry Name="Continuous"><Value>2</Value></EnumEntry>
+    <pValue>ModeReg</pValue></Enumeration>
+<Boolean Name="Enable"><pIsAvailable>AvailableReg</pIsAvailable><pValue>EnableReg</pValue>
+    <OnValue>1</OnValue><OffValue>0</OffValue></Boolean>
+<Converter Name="Rate"><FormulaTo>FROM * 10</FormulaTo><FormulaFrom>TO / 10</FormulaFrom>
+    <pValue>RateNumber</pValue><Unit>Hz</Unit></Converter>
+<Integer Name="RateNumber"><pValue>RateReg</pValue><Min>1</Min><Max>2559</Max></Integer>
+<Command Name="Reset"><pValue>ResetReg</pValue><CommandValue>1</CommandValue></Command>
+<Integer Name="Broken"><pValue>BrokenReg</pValue></Integer>
+<Integer Name="Fixed"><Value>7</Value></Integer>
+)" + Register("WidthReg", "0x0") +
+           Register("LockedReg", "0x4", "RO") + Register("ModeReg", "0x8") +
+           Register("EnableReg", "0xC") + Register("RateReg", "0x10") +
+           Register("ResetReg", "0x14", "WO") + Register("AvailableReg", "0x18", "RO") +
+           Register("BrokenReg", "0x40") + R"(<Port Name="Device"/></RegisterDescription>)";
+}
+
+class FeatureTest : public testing::Test
+{
+protected:
+    FakePort port;
+    FeatureMap map{port, Description()};
+
+    std::string WhyNot(const std::string& name, const std::string& value)
+    {
+        try {
+            map.Find(name).Set(value);
+        } catch (const Failure& failure) {
+            return failure.what();
+        }
+        return "accepted";
+    }
+};
+
+TEST_F(FeatureTest, ValuesReachTheRegisters)
+{
+    map.Find("Width").Set("0x68");
+    map.Find("Mode").Set("Continuous");
+    port.words[kAvailable] = 1;
+    map.Find("Enable").Set("on");
+    map.Find("Rate").Set("25.5");
+    map.Find("Reset").Execute();
+    EXPECT_EQ(port.words[kWidth], 0x68U);
+    EXPECT_EQ(port.words[kMode], 2U);
+    EXPECT_EQ(port.words[kEnable], 1U);
+    EXPECT_EQ(port.words[kRate], 255U);
+    EXPECT_EQ(port.words[kReset], 1U);
+}
+
+TEST_F(FeatureTest, ValuesAreReadFreshInTheirOwnUnits)
+{
+    port.words[kWidth] = 640;
+    EXPECT_EQ(map.Find("Width").Value(), "640");
+    port.words[kWidth] = 648;
+    EXPECT_EQ(map.Find("Width").Value(), "648");
+    EXPECT_EQ(map.Find("Width").Unit(), "px");
+    port.words[kRate] = 255;
+    EXPECT_EQ(map.Find("Rate").Value(), "25.5");
+    EXPECT_EQ(map.Find("Rate").Unit(), "Hz");
+    port.words[kMode] = 1;
+    EXPECT_EQ(map.Find("Mode").Value(), "Once");
+    EXPECT_EQ(map.Find("Enable").Value(), "false");
+}
+
+TEST_F(FeatureTest, RefusalsSayWhy)
+{
+    const struct {
+        const char* feature;
+        const char* value;
+        const char* reason;
+    } kRows[] = {
+        {"Width", "88", "Width: 88 is below the minimum of 96 px"},
+        {"Width", "2600", "Width: 2600 is above the maximum of 2592 px"},
+        {"Width", "101", "no step of 8 from 96; the nearest are 96 and 104"},
+        {"Width", "wide", "\"wide\" isn't an integer"},
+        {"Mode", "Offf", "Mode has no entry \"Offf\"; did you mean Off? (Off, Continuous)"},
+        {"Mode", "Once", "\"Once\" isn't available; available are Off, Continuous"},
+        {"Enable", "true", "Enable isn't available"},
+        {"Rate", "256", "Rate: 256 is above the maximum of 255.9 Hz"},
+        {"Rate", "fast", "\"fast\" isn't a number"},
+        {"Reset", "1", "Reset is a command"},
+        {"Broken", "1", "GC_ERR_ACCESS_DENIED (-1005): not now"},
+    };
+    for (const auto& row : kRows)
+        EXPECT_THAT(WhyNot(row.feature, row.value), HasSubstr(row.reason));
+    EXPECT_EQ(port.words[kWidth], 0U);
+    EXPECT_EQ(port.words[kMode], 0U);
+}
+
+TEST_F(FeatureTest, ALockHoldsUntilItIsGone)
+{
+    port.words[kLocked] = 1;
+    EXPECT_THAT(WhyNot("Width", "640"), HasSubstr("Width is locked"));
+    port.words[kLocked] = 0;
+    EXPECT_EQ(WhyNot("Width", "640"), "accepted");
+    port.words[kLocked] = 1;
+    map.Find("Width").Set("97", Checking::SyntaxOnly);
+    EXPECT_EQ(port.words[kWidth], 97U);
+}
+
+TEST_F(FeatureTest, DescribeThemselves)
+{
+    EXPECT_EQ(map.Find("Width").Choice(), "96 .. 2592 step 8");
+    EXPECT_EQ(map.Find("Mode").Choice(), "Off, Continuous");
+    port.words[kAvailable] = 1;
+    EXPECT_EQ(map.Find("Mode").Choice(), "Off, Once, Continuous");
+    EXPECT_TRUE(map.Find("Width").IsStreamable());
+    EXPECT_FALSE(map.Find("Mode").IsStreamable());
+    ASSERT_EQ(map.Find("Mode").Selected().size(), 1U);
+    EXPECT_EQ(map.Find("Mode").Selected().front().Name(), "Width");
+    EXPECT_TRUE(map.Find("Width").Selected().empty());
+}
+
+TEST_F(FeatureTest, AreFoundByNameAlone)
+{
+    EXPECT_THAT(map.Names(),
+                ElementsAre("Width", "Mode", "Enable", "Rate", "Reset", "Broken", "Fixed"));
+    try {
+        map.Find("Widht");
+        FAIL() << "found";
+    } catch (const Failure& failure) {
+        EXPECT_STREQ(failure.what(), "there is no feature Widht; did you mean Width?");
+    }
+}
+
+TEST(FeatureMap, RefusesATextThatIsNoDescription)
+{
+    FakePort port;
+    EXPECT_THROW(FeatureMap(port, "<a/>"), Failure);
+}
+
+} // namespace
+} // namespace zevo_tool
