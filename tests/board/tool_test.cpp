@@ -1,0 +1,265 @@
+// The command-line consumer on simulated boards, seen from outside: exit codes, words, files.
+#include <png.h>
+#include <signal.h>
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+
+#include <gmock/gmock.h>
+
+#include "spawn.h"
+
+namespace
+{
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+using Words = std::vector<std::string>;
+
+/// A folder of its own for each test, and the words that start the tool on a board.
+class ToolTest : public testing::Test
+{
+protected:
+    ToolTest()
+    {
+        std::string name = "/tmp/zevo-tool-XXXXXX";
+        if (mkdtemp(name.data()) == nullptr)
+            std::abort();
+        folder = name;
+    }
+    ~ToolTest() override { fs::remove_all(folder); }
+
+    static Words onBoard(const Words& arguments, const Words& boardOptions = {},
+                         const std::string& board = "imx8mm")
+    {
+        Words words{ZEVO_BOARD_PROGRAM, "--board", board, "--fps", "0"};
+        words.insert(words.end(), boardOptions.begin(), boardOptions.end());
+        words.insert(words.end(), {"--", ZEVO_TOOL});
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        return words;
+    }
+    static std::string producerFolder() { return fs::path(ZEVO_PRODUCER).parent_path().string(); }
+    static Outcome run(const Words& words)
+    {
+        return Process(words, {{"GENICAM_GENTL64_PATH", producerFolder()}}).Wait();
+    }
+    std::size_t numberOfPictures() const
+    {
+        std::size_t number = 0;
+        for (const fs::directory_entry& entry : fs::directory_iterator(folder))
+            number += entry.path().extension() == ".png" ? 1 : 0;
+        return number;
+    }
+
+    fs::path folder;
+};
+
+TEST_F(ToolTest, ListsEveryCamera)
+{
+    const Outcome one = run(onBoard({"list"}));
+    EXPECT_EQ(one.code, 0) << one.err;
+    EXPECT_THAT(one.out, AllOf(HasSubstr("system " ZEVO_PRODUCER), HasSubstr("interface \"Tolmen"),
+                               HasSubstr("camera 0 \"Vant zvK1800-45tqr (SIM0001)\""),
+                               Not(HasSubstr("camera 1"))));
+    const Outcome two = run(onBoard({"list"}, {"--cameras", "2"}));
+    EXPECT_THAT(two.out, HasSubstr("camera 1 \"Vant zvK1800-45tqr (SIM0002)\""));
+}
+
+TEST_F(ToolTest, TakesTheProducerThatIsNamed)
+{
+    const Outcome outcome =
+        Process(onBoard({"list", "--cti", ZEVO_PRODUCER}), {{"GENICAM_GENTL64_PATH", ""}}).Wait();
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, HasSubstr("SIM0001"));
+}
+
+TEST_F(ToolTest, TellsWhyThereIsNoCamera)
+{
+    std::ofstream(folder / "broken.cti") << "no library";
+    const struct {
+        std::string path;
+        Words words;
+        Words reasons;
+    } rows[] = {
+        {"", {ZEVO_TOOL, "list"}, {"no GenTL producer found", "GENICAM_GENTL64_PATH isn't set"}},
+        {"/nowhere", {ZEVO_TOOL, "grab"}, {"/nowhere: No such file or directory", "--cti"}},
+        {folder, {ZEVO_TOOL, "list"}, {"no producer could be used", "broken.cti: it can't be"}},
+        {producerFolder(),
+         onBoard({"list"}, {"--model", "another"}),
+         {"no camera found", ZEVO_PRODUCER, "/dev/video0"}},
+    };
+    for (const auto& row : rows) {
+        const Outcome outcome = Process(row.words, {{"GENICAM_GENTL64_PATH", row.path}}).Wait();
+        EXPECT_EQ(outcome.code, 1);
+        EXPECT_THAT(outcome.err, StartsWith("zevo: no "));
+        for (const std::string& reason : row.reasons)
+            EXPECT_THAT(outcome.err, HasSubstr(reason));
+    }
+}
+
+TEST_F(ToolTest, SaysWhatItWasAskedWrongly)
+{
+    const struct {
+        Words arguments;
+        int code;
+        const char* reason;
+    } rows[] = {
+        {{}, 2, "a command is required"},
+        {{"gram"}, 2, "did you mean grab?"},
+        {{"grab", "-n", "-1"}, 2, "--frames"},
+        {{"grab", "--size", "640"}, 2, "WIDTHxHEIGHT"},
+        {{"grab", "--set", "Width"}, 2, "NAME=VALUE"},
+        {{"grab", "--nonsense"}, 2, "--nonsense"},
+        {{"grab", "--device", "SIM0007"}, 1, "0: Vant zvK1800-45tqr (SIM0001)"},
+        {{"grab", "--set", "Widht=640"}, 1, "there is no feature Widht; did you mean Width?"},
+        {{"grab", "--set", "Width=97"}, 1, "no step of 8 from 96"},
+        {{"grab", "--size", "2600x1944"}, 1, "2600 is above the maximum of 2592"},
+        {{"grab", "--format", "YUV422_8"}, 1, "isn't available; available are "},
+        {{"grab", "-o", "/dev/null/x"}, 1, "can't make the folder /dev/null/x"},
+    };
+    for (const auto& row : rows) {
+        const Outcome outcome = run(onBoard(row.arguments));
+        EXPECT_EQ(outcome.code, row.code) << row.reason;
+        EXPECT_THAT(outcome.err, AllOf(StartsWith("zevo: "), HasSubstr(row.reason)));
+        EXPECT_THAT(outcome.out, IsEmpty());
+    }
+}
+
+struct Png {
+    std::size_t width = 0;
+    std::size_t height = 0;
+    std::vector<std::uint8_t> pixels;
+
+    std::vector<int> at(std::size_t x, std::size_t y) const
+    {
+        const auto first = pixels.begin() + static_cast<std::ptrdiff_t>((y * width + x) * 3);
+        return {first, first + 3};
+    }
+};
+
+Png readPng(const fs::path& path)
+{
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    if (png_image_begin_read_from_file(&image, path.c_str()) == 0)
+        return {};
+    Png png{image.width, image.height, {}};
+    image.format = PNG_FORMAT_RGB;
+    png.pixels.resize(PNG_IMAGE_SIZE(image));
+    png_image_finish_read(&image, nullptr, png.pixels.data(), 0, nullptr);
+    return png;
+}
+
+MATCHER(IsColour, "")
+{
+    return std::abs(std::get<0>(arg) - std::get<1>(arg)) <= 8;
+}
+
+TEST_F(ToolTest, PicturesShowTheScene)
+{
+    const std::vector<int> bars[] = {{255, 255, 255}, {255, 255, 0}, {0, 255, 255}, {0, 255, 0},
+                                     {255, 0, 255},   {255, 0, 0},   {0, 0, 255},   {0, 0, 0}};
+    const struct {
+        const char* board;
+        const char* format;
+    } rows[] = {{"imx8mm", "YUV422_8_UYVY"},
+                {"imx8mm", "YCbCr420_8_YY_CbCr_Semiplanar"},
+                {"imx8mp", "YUV422_8"},
+                {"generic", "YUV422_8_UYVY"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.board) + " " + row.format);
+        const fs::path output = folder / row.board / row.format;
+        const Outcome outcome =
+            run(onBoard({"grab", "-n", "1", "-o", output, "--format", row.format}, {}, row.board));
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
+        const Png png = readPng(output / "frame-000000.png");
+        ASSERT_EQ(png.width, 2592U);
+        ASSERT_EQ(png.height, 1944U);
+        for (std::size_t bar = 0; bar < std::size(bars); ++bar)
+            EXPECT_THAT(png.at(150 + bar * 300, 200), testing::Pointwise(IsColour(), bars[bar]));
+    }
+}
+
+TEST_F(ToolTest, GrabsAsManyFramesAsWanted)
+{
+    const Outcome outcome =
+        run(onBoard({"grab", "-n", "7", "-o", folder, "--size", "640x480", "--set", "OffsetX=96",
+                     "--set", "OffsetY=48", "--buffers", "3"}));
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, AllOf(HasSubstr("frames       7\n"), HasSubstr("incomplete   0\n"),
+                                   HasSubstr("640x480 YUV422_8_UYVY\n"), HasSubstr("frame rate "),
+                                   HasSubstr(" ms median"), Not(HasSubstr("lost         1\n"))));
+    EXPECT_EQ(numberOfPictures(), 7U);
+    EXPECT_EQ(readPng(folder / "frame-000006.png").width, 640U);
+}
+
+TEST_F(ToolTest, ChoosesACamera)
+{
+    for (const char* camera : {"1", "SIM0002", "Vant zvK1800-45tqr (SIM0002)"}) {
+        const Outcome outcome =
+            run(onBoard({"grab", "-n", "1", "-o", folder, "--device", camera, "--size", "640x480"},
+                        {"--cameras", "2"}));
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
+    }
+}
+
+/// Until a file turns up in a folder.
+void waitForFile(const fs::path& folder)
+{
+    const int watch = inotify_init1(IN_CLOEXEC);
+    inotify_add_watch(watch, folder.c_str(), IN_CREATE);
+    alignas(inotify_event) char event[4096];
+    if (fs::is_empty(folder) && read(watch, event, sizeof event) <= 0)
+        ADD_FAILURE() << "no event";
+    close(watch);
+}
+
+TEST_F(ToolTest, StopsInGoodOrderWhenInterrupted)
+{
+    const struct {
+        const char* frames;
+        int signal;
+        int code;
+    } rows[] = {{"0", SIGINT, 0}, {"1000000", SIGINT, 130}, {"1000000", SIGTERM, 143}};
+    for (const auto& row : rows) {
+        const fs::path output = folder / (std::string(row.frames) + std::to_string(row.signal));
+        fs::create_directory(output);
+        Process process(onBoard({"grab", "-n", row.frames, "-o", output, "--size", "640x480"}),
+                        {{"GENICAM_GENTL64_PATH", producerFolder()}});
+        waitForFile(output);
+        kill(process.Id(), row.signal);
+        const Outcome outcome = process.Wait();
+        EXPECT_EQ(outcome.code, row.code) << outcome.err;
+        EXPECT_THAT(outcome.out, HasSubstr("lost "));
+        EXPECT_THAT(outcome.err, IsEmpty());
+    }
+}
+
+TEST_F(ToolTest, FailsWhenNoFrameComes)
+{
+    Words words = onBoard({"grab", "-n", "3", "--timeout", "20"});
+    *std::find(words.begin(), words.end(), "0") = "0.001";
+    const Outcome outcome = run(words);
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_EQ(outcome.err, "zevo: no frame has come within 20 ms\n");
+    EXPECT_THAT(outcome.out, HasSubstr("frames       0\n"));
+}
+
+TEST_F(ToolTest, FailsWhenItsOutputIsFull)
+{
+    const Outcome outcome =
+        Process(onBoard({"list"}), {{"GENICAM_GENTL64_PATH", producerFolder()}}, {}, "/dev/full")
+            .Wait();
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_EQ(outcome.err, "zevo: standard output: No space left on device\n");
+}
+
+} // namespace
