@@ -109,6 +109,37 @@ ArvGcFeatureNode* GenApiDevice::node(const std::string& name) const
     return ARV_GC_FEATURE_NODE(found);
 }
 
+std::vector<std::string> GenApiDevice::features() const
+{
+    std::vector<std::string> open = {"Root"};
+    std::vector<std::string> found;
+    while (!open.empty()) {
+        const std::string name = open.back();
+        open.pop_back();
+        ArvGcFeatureNode* feature = node(name);
+        if (!ARV_IS_GC_CATEGORY(feature)) {
+            found.push_back(name);
+            continue;
+        }
+        const std::size_t first = open.size();
+        for (const GSList* member = arv_gc_category_get_features(ARV_GC_CATEGORY(feature));
+             member != nullptr; member = member->next)
+            open.insert(open.begin() + static_cast<std::ptrdiff_t>(first),
+                        static_cast<const char*>(member->data));
+    }
+    return found;
+}
+
+bool GenApiDevice::isCommand(const std::string& name) const
+{
+    return ARV_IS_GC_COMMAND(node(name));
+}
+
+bool GenApiDevice::isImplemented(const std::string& name) const
+{
+    return Checked([&](GError** e) { return arv_gc_feature_node_is_implemented(node(name), e); });
+}
+
 bool GenApiDevice::isAvailable(const std::string& name) const
 {
     return Checked([&](GError** e) { return arv_gc_feature_node_is_available(node(name), e); });

@@ -28,6 +28,10 @@ public:
     GenApiDevice& operator=(const GenApiDevice&) = delete;
 
     bool has(const std::string& name) const { return nodeOrNull(name) != nullptr; }
+    /// The features below the root, in the order of their categories, which aren't among them.
+    std::vector<std::string> features() const;
+    bool isCommand(const std::string& name) const;
+    bool isImplemented(const std::string& name) const;
     bool isAvailable(const std::string& name) const;
     bool isLocked(const std::string& name) const;
 
