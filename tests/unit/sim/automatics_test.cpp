@@ -35,10 +35,8 @@ TEST(AutoExposure, IsSettledWhenTheStreamStarts)
 
     SetManual(camera, 100, 1.0);
     EXPECT_LT(camera.ShootSettled().Mean(), 40);
-    camera.ToggleStall();
+    camera.ToggleStallAndWait();
     camera.Write(kAeControl, 0x028C);
-    camera.Read(kSysStart);
-    camera.Read(kSysStart);
     camera.ToggleStall();
     EXPECT_TRUE(camera.Shoot() == first);
 }

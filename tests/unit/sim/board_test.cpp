@@ -128,27 +128,6 @@ TEST(Cameras, HaveSerialNumbersAndNodesOfTheirOwn)
     }
 }
 
-TEST(Descriptors, AreFreedWithTheLastOne)
-{
-    TestBoard board("board=imx8mm");
-    const auto count = [] {
-        int descriptors = 0;
-        for (int fd = 0; fd < 1024; ++fd)
-            descriptors += fcntl(fd, F_GETFD) >= 0 ? 1 : 0;
-        return descriptors;
-    };
-    const int before = count();
-    for (int i = 0; i < 200; ++i) {
-        Program program(*board.operator->(), "/dev/video0");
-        ASSERT_EQ(program.Start(), 0);
-        EXPECT_TRUE(board->Owns(program.Fd()));
-    }
-    EXPECT_EQ(count(), before);
-    EXPECT_FALSE(board->HasOpenFiles());
-    const Descriptor foreign(open("/dev/null", O_RDONLY));
-    EXPECT_FALSE(board->Owns(foreign.Get()));
-}
-
 /// The graph as a program reads it.
 struct Graph {
     std::vector<media_v2_entity> entities;

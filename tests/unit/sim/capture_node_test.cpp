@@ -77,7 +77,8 @@ TEST_P(CaptureNodeTest, ReadinessFollowsTheState)
         Program user(*other.operator->(), kVideo);
         c.prepare(other, user);
         EXPECT_EQ(user.Poll(POLLIN | POLLPRI), c.poll) << c.what;
-        EXPECT_EQ(user.IsReadable(), c.poll != 0) << c.what;
+        timeval none{};
+        EXPECT_EQ(IsReadable(user.Fd(), &none), c.poll != 0) << c.what;
         EXPECT_EQ(user.Dequeue(), c.dequeue) << c.what;
     }
 }

@@ -134,24 +134,6 @@ TEST(Renderer, RefusesSizesThatTheIspCannotSend)
     EXPECT_FALSE(SentLayout(0x8A, FrameLayout::Uyvy));
 }
 
-TEST(Counter, ReadsBackInEveryLayoutAndSize)
-{
-    for (const auto& [width, height] : {std::pair{96u, 104u}, {640u, 480u}, {2592u, 1944u}}) {
-        for (const FrameLayout layout :
-             {FrameLayout::Uyvy, FrameLayout::Yuyv, FrameLayout::LineInterleaved420,
-              FrameLayout::Semiplanar420}) {
-            std::vector<std::uint8_t> frame(FrameSize(layout, width, height), 100);
-            DrawCounterGround(frame.data(), layout, width, height, "SIM0001");
-            for (const std::uint64_t number : {0ull, 1ull, 0xA5F00F5Aull, 0x1FFFFFFFFull}) {
-                DrawCounter(frame.data(), layout, width, height, number);
-                for (const CounterPlace place : {CounterPlace::Top, CounterPlace::Bottom})
-                    EXPECT_EQ(ReadCounter(frame.data(), layout, width, height, place),
-                              static_cast<std::uint32_t>(number));
-            }
-        }
-    }
-}
-
 TEST(Counter, RefusesWhatIsNoCounter)
 {
     const unsigned width = 96, height = 104;

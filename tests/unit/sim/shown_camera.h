@@ -77,13 +77,12 @@ inline std::uint16_t Fixed(double value, unsigned fractionBits)
     return static_cast<std::uint16_t>(std::lround(value * (1u << fractionBits)));
 }
 
-class ShownCamera : public DrivenCamera
+class ShownCamera : public BootedCamera
 {
 public:
     explicit ShownCamera(const CameraOptions& options = {})
-        : DrivenCamera(options), painter_(Scenes(), "")
+        : BootedCamera(options), painter_(Scenes(), "")
     {
-        Boot();
         Write(isp::kPreviewWidth, Picture::kWidth);
         Write(isp::kPreviewHeight, Picture::kHeight);
     }

@@ -38,8 +38,7 @@ TEST(Dma, MovesWordsToAndFroWhenItIsDone)
 {
     CameraOptions options;
     options.misbehaviour.dmaReads = 2;
-    DrivenCamera camera(options);
-    camera.Boot();
+    BootedCamera camera(options);
     camera->PokeSensor(kSensorMode, 0x1234);
     EXPECT_NE(SensorAddress(camera, 0) & kSipWideData << 16, 0u);
 
@@ -73,8 +72,7 @@ TEST(Dma, TransfersThatNameNothingEndAndMoveNothing)
         {"no such mode", 2, 0, 0x0305, 0x1234},
     };
     for (const auto& c : cases) {
-        DrivenCamera camera;
-        camera.Boot();
+        BootedCamera camera;
         camera->PokeSensor(kSensorMode, 0x1234);
         camera.Write(kDmaSize, c.size, 4);
         camera.Write(kDmaSource, 0xBEEF, 4);
@@ -111,8 +109,7 @@ int CountFrames(DrivenCamera& camera)
 
 TEST(Trigger, EachSoftwareTriggerGivesOneFrame)
 {
-    DrivenCamera camera;
-    camera.Boot();
+    BootedCamera camera;
     EXPECT_EQ(CountFrames(camera), 10);
     SwitchTriggerOn(camera);
     EXPECT_FALSE(camera->CanSend()) << "nothing is connected to the line";
@@ -155,8 +152,7 @@ TEST(Trigger, NeedsAllItsRegisters)
         {"another line", kSoftwareTriggerGpio + 2, 11, 0},
     };
     for (const auto& c : cases) {
-        DrivenCamera camera;
-        camera.Boot();
+        BootedCamera camera;
         SwitchTriggerOn(camera);
         camera.Write(c.address, c.value);
         DriveLine(camera, true);
@@ -166,8 +162,7 @@ TEST(Trigger, NeedsAllItsRegisters)
 
 TEST(Trigger, AnInvertedLineTriggersWhenItFalls)
 {
-    DrivenCamera camera;
-    camera.Boot();
+    BootedCamera camera;
     SwitchTriggerOn(camera);
     camera.Write(kTriggerControl, 0x0483);
     DriveLine(camera, false);
@@ -180,8 +175,7 @@ TEST(Trigger, AnInvertedLineTriggersWhenItFalls)
 
 TEST(Trigger, APeriodicSignalLeavesTheSensorRunning)
 {
-    DrivenCamera camera;
-    camera.Boot();
+    BootedCamera camera;
     camera.Write(kTriggerControl, 0x0082);
     EXPECT_EQ(CountFrames(camera), 10);
     WriteSensor(camera, kSensorMode, 0x2058);
@@ -190,19 +184,13 @@ TEST(Trigger, APeriodicSignalLeavesTheSensorRunning)
 
 TEST(Trigger, DoesNothingWhileTheStreamIsStalled)
 {
-    DrivenCamera camera;
-    camera.Boot();
+    BootedCamera camera;
     SwitchTriggerOn(camera);
-    const auto toggle = [&] {
-        camera.ToggleStall();
-        camera.Read(kSysStart);
-        camera.Read(kSysStart);
-    };
     DriveLine(camera, true);
-    toggle();
+    camera.ToggleStallAndWait();
     EXPECT_EQ(CountFrames(camera), 0);
     DriveLine(camera, true);
-    toggle();
+    camera.ToggleStallAndWait();
     EXPECT_EQ(CountFrames(camera), 0) << "neither is kept";
     DriveLine(camera, true);
     EXPECT_EQ(CountFrames(camera), 1);
@@ -210,8 +198,7 @@ TEST(Trigger, DoesNothingWhileTheStreamIsStalled)
 
 TEST(Trigger, ATriggeredFrameHasTheExposureOfItsTrigger)
 {
-    DrivenCamera camera;
-    camera.Boot();
+    BootedCamera camera;
     SwitchTriggerOn(camera);
     camera.Write(kAeControl, 0x0280);
     camera.Write(kAeManualExposureTime, 5'000, 4);

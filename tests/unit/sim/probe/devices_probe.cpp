@@ -4,148 +4,117 @@
 #include <linux/videodev2.h>
 #include <poll.h>
 #include <pthread.h>
-#include <pthread.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
-#include <sys/select.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <optional>
 #include <vector>
 
-#include "base/endian.h"
+#include "../capture_calls.h"
+#include "../driven_isp.h"
 #include "data/camera_data.h"
-#include "sim/core/ap1302_registers.h"
 #include "sim/core/frame_counter.h"
-#include "sim/core/module_memory.h"
 
 namespace
 {
 
 namespace isp = zevo_sim::isp;
+using zevo_sim::IsReadable;
 constexpr char kVideo[] = "/dev/video0";
 constexpr unsigned kWidth = 96;
 constexpr unsigned kHeight = 104;
 
-/// The driver's register write, as a program's bytes.
-int WriteCci(int fd, std::uint16_t address, const void* data, std::uint16_t size)
-{
-    std::uint8_t transfer[262] = {};
-    std::memcpy(transfer, &address, 2);
-    std::memcpy(transfer + 2, data, size);
-    std::memcpy(transfer + 258, &size, 2);
-    transfer[260] = 2;
-    return ioctl(fd, _IOC(_IOC_READ | _IOC_WRITE, 'B', 5, 262), transfer);
-}
+/// A transfer of the driver, as a program's bytes.
+struct Transfer {
+    std::uint8_t bytes[262] = {};
 
-int WriteIsp(int fd, std::uint16_t address, std::uint32_t value, std::uint16_t size = 2)
-{
-    std::uint8_t bytes[4];
-    GenTLProducer::storeBigEndian(bytes, value);
-    return WriteCci(fd, zevo_sim::CciAddress(address), bytes + 4 - size, size);
-}
-
-std::uint16_t ReadIsp(int fd, std::uint16_t address)
-{
-    std::uint8_t transfer[262] = {};
-    const std::uint16_t cci = zevo_sim::CciAddress(address);
-    const std::uint16_t size = 2;
-    std::memcpy(transfer, &cci, 2);
-    std::memcpy(transfer + 258, &size, 2);
-    transfer[260] = 1;
-    EXPECT_EQ(ioctl(fd, _IOC(_IOC_READ | _IOC_WRITE, 'B', 4, 262), transfer), 0);
-    return GenTLProducer::loadBigEndian<std::uint16_t>(transfer + 2);
-}
-
-void ToggleStall(int fd)
-{
-    WriteIsp(fd, isp::kSysStart, isp::kSysStartToggle);
-    while ((ReadIsp(fd, isp::kSysStart) & isp::kSysStartToggle) != 0) {
+    Transfer(std::uint16_t address, std::uint16_t size, std::uint8_t direction)
+    {
+        std::memcpy(bytes, &address, 2);
+        std::memcpy(bytes + 258, &size, 2);
+        bytes[260] = direction;
     }
-}
+};
 
-void Upload(int fd, std::size_t from, std::size_t to)
-{
-    const auto image = mcm::firmwareImage();
-    while (from < to) {
-        const std::size_t offset = from % isp::kBootWindowSize;
-        const std::size_t size =
-            std::min({to - from, std::size_t{256}, isp::kBootWindowSize - offset});
-        const auto address = static_cast<std::uint16_t>(isp::kBootWindow + offset);
-        ASSERT_EQ(WriteCci(fd, zevo_sim::CciAddress(address), &image[from],
-                           static_cast<std::uint16_t>(size)),
-                  0);
-        from += size;
-    }
-}
-
-/// Boots the camera with the build's image and sets a small picture up.
-void Boot(int fd)
-{
-    Upload(fd, 0, 996);
-    WriteIsp(fd, isp::kBootDataStage, 1);
-    WriteIsp(fd, isp::kPllReferenceClock, 48 << 16, 4);
-    WriteIsp(fd, isp::kPll0Divider, 0x001A0100, 4);
-    WriteIsp(fd, isp::kPll1Divider, 0x00320300, 4);
-    for (std::uint16_t address = 0x2050; address <= 0x2074; address += 4)
-        WriteIsp(fd, address, 0x00030000, 4);
-    WriteIsp(fd, isp::kBootDataStage, 2);
-    Upload(fd, 996, mcm::kFirmwareImageSize);
-    WriteIsp(fd, isp::kBootDataStage, 0xFFFF);
-    WriteIsp(fd, isp::kPreviewHostInterface, 4);
-    WriteIsp(fd, isp::kPreviewWidth, kWidth);
-    WriteIsp(fd, isp::kPreviewHeight, kHeight);
-}
-
-/// Format, four mapped and queued buffers, stream on.
-class Stream
+/// The ISP behind the node.
+class NodeIsp : public zevo_sim::DrivenIsp
 {
 public:
-    explicit Stream(int fd) : fd_(fd)
+    explicit NodeIsp(int fd)
+        : DrivenIsp(
+              [fd](std::uint16_t address, const void* data, std::size_t size) {
+                  Transfer write(address, static_cast<std::uint16_t>(size), 2);
+                  std::memcpy(write.bytes + 2, data, size);
+                  const int result =
+                      ioctl(fd, _IOC(_IOC_READ | _IOC_WRITE, 'B', 5, 262), write.bytes);
+                  EXPECT_EQ(result, 0);
+                  return result;
+              },
+              mcm::firmwareImage()),
+          fd_(fd)
     {
-        v4l2_format format{};
-        format.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-        format.fmt.pix.width = kWidth;
-        format.fmt.pix.height = kHeight;
-        format.fmt.pix.pixelformat = V4L2_PIX_FMT_UYVY;
-        EXPECT_EQ(ioctl(fd, VIDIOC_S_FMT, &format), 0);
+    }
+
+    void ToggleStallAndWait()
+    {
+        ToggleStall();
+        std::uint8_t first = 0; // byte of the register
+        do {
+            Transfer read(zevo_sim::CciAddress(isp::kSysStart), 2, 1);
+            EXPECT_EQ(ioctl(fd_, _IOC(_IOC_READ | _IOC_WRITE, 'B', 4, 262), read.bytes), 0);
+            first = read.bytes[2];
+        } while ((first & isp::kSysStartToggle >> 8) != 0);
+    }
+
+private:
+    int fd_;
+};
+
+class NodeCalls : public zevo_sim::CaptureCalls
+{
+public:
+    explicit NodeCalls(int fd)
+        : CaptureCalls(
+              [fd](unsigned long request, void* argument) { return ioctl(fd, request, argument); })
+    {
+    }
+};
+
+/// Format, four mapped and queued buffers, stream on.
+class Running : public NodeCalls
+{
+public:
+    explicit Running(int fd) : NodeCalls(fd)
+    {
+        EXPECT_EQ(SetFormat(kWidth, kHeight), 0);
         EXPECT_EQ(Request(4), 0);
         for (unsigned i = 0; i < 4; ++i) {
-            EXPECT_EQ(Call(VIDIOC_QUERYBUF, i), 0);
-            length_ = buffer.length;
+            EXPECT_EQ(Query(i), 0);
+            length_ = Length();
             memory_[i] =
                 mmap(nullptr, length_, PROT_READ | PROT_WRITE, MAP_SHARED, fd, buffer.m.offset);
             EXPECT_NE(memory_[i], MAP_FAILED);
-            EXPECT_EQ(Call(VIDIOC_QBUF, i), 0);
+            EXPECT_EQ(Queue(i), 0);
         }
-        EXPECT_EQ(ioctl(fd, VIDIOC_STREAMON, &type_), 0);
+        EXPECT_EQ(Stream(true), 0);
     }
-    Stream(const Stream&) = delete;
-    Stream& operator=(const Stream&) = delete;
-    ~Stream()
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+    ~Running()
     {
-        EXPECT_EQ(ioctl(fd_, VIDIOC_STREAMOFF, &type_), 0);
+        EXPECT_EQ(Stream(false), 0);
         for (void* memory : memory_)
             EXPECT_EQ(munmap(memory, length_), 0);
-        EXPECT_EQ(Call(VIDIOC_QUERYBUF, 0), 0);
+        EXPECT_EQ(Query(0), 0);
         EXPECT_EQ(buffer.flags & V4L2_BUF_FLAG_MAPPED, 0u);
         EXPECT_EQ(Request(0), 0);
-    }
-
-    int Call(unsigned long request, unsigned index)
-    {
-        buffer = {};
-        buffer.index = index;
-        buffer.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-        buffer.memory = V4L2_MEMORY_MMAP;
-        return ioctl(fd_, request, &buffer);
     }
 
     std::optional<std::uint32_t> Counter() const
@@ -155,20 +124,7 @@ public:
                                      zevo_sim::CounterPlace::Bottom);
     }
 
-    v4l2_buffer buffer{};
-
 private:
-    int Request(unsigned count)
-    {
-        v4l2_requestbuffers request{};
-        request.count = count;
-        request.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-        request.memory = V4L2_MEMORY_MMAP;
-        return ioctl(fd_, VIDIOC_REQBUFS, &request);
-    }
-
-    int fd_;
-    int type_ = V4L2_BUF_TYPE_VIDEO_CAPTURE;
     void* memory_[4] = {};
     std::size_t length_ = 0;
 };
@@ -192,40 +148,35 @@ short Shown(int fd, int timeoutMs)
     return entries[1].revents;
 }
 
-bool IsReadable(int fd, timeval* timeout)
-{
-    fd_set set;
-    FD_ZERO(&set);
-    FD_SET(fd, &set);
-    return select(fd + 1, &set, nullptr, nullptr, timeout) == 1;
-}
-
 TEST_F(Devices, FramesComeThroughSelectPollAndMapping)
 {
-    Boot(fd);
+    NodeIsp camera(fd);
+    camera.Boot(4);
+    camera.SetPicture(kWidth, kHeight);
     EXPECT_EQ(Shown(fd, -1), POLLERR) << "not streaming";
-    Stream stream(fd);
+    Running stream(fd);
     std::uint32_t first = 0;
     for (std::uint32_t i = 0; i < 300; ++i) {
         const bool isShown = i % 2 == 0 ? IsReadable(fd, nullptr) : Shown(fd, -1) == POLLIN;
         EXPECT_TRUE(isShown);
-        ASSERT_EQ(stream.Call(VIDIOC_DQBUF, 0), 0);
+        ASSERT_EQ(stream.Dequeue(), 0);
         ASSERT_TRUE(stream.Counter());
         first = i == 0 ? *stream.Counter() : first;
         EXPECT_EQ(*stream.Counter(), first + i);
         EXPECT_EQ(stream.buffer.sequence, i);
-        ASSERT_EQ(stream.Call(VIDIOC_QBUF, stream.buffer.index), 0);
+        ASSERT_EQ(stream.Queue(stream.buffer.index), 0);
     }
 }
 
 TEST_F(Devices, StalledStreamIsNotReadyAndStopWakesTheWaiter)
 {
-    auto stream = std::make_unique<Stream>(fd);
-    ToggleStall(fd);
+    auto stream = std::make_unique<Running>(fd);
+    NodeIsp camera(fd);
+    camera.ToggleStallAndWait();
     // The frame under way when the stream is stalled still arrives.
     constexpr int kFrameMs = 500;
     do {
-        while (stream->Call(VIDIOC_DQBUF, 0) == 0) {
+        while (stream->Dequeue() == 0) {
         }
         EXPECT_EQ(errno, EAGAIN);
     } while (Shown(fd, kFrameMs) == POLLIN);
@@ -244,28 +195,17 @@ TEST_F(Devices, StalledStreamIsNotReadyAndStopWakesTheWaiter)
     void* result = nullptr;
     pthread_join(waiter, &result);
     EXPECT_EQ(result, reinterpret_cast<void*>(1L));
-    ToggleStall(fd);
+    camera.ToggleStallAndWait();
 }
 
 TEST_F(Devices, LastCloseOfAnyKindFreesTheNode)
 {
     const auto isFree = [&] {
-        const int type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-        v4l2_requestbuffers request{};
-        request.count = 2;
-        request.type = type;
-        request.memory = V4L2_MEMORY_MMAP;
-        const bool granted = ioctl(fd, VIDIOC_REQBUFS, &request) == 0;
-        request.count = 0;
-        return granted && ioctl(fd, VIDIOC_REQBUFS, &request) == 0;
+        return NodeCalls(fd).Request(2) == 0 && NodeCalls(fd).Request(0) == 0;
     };
     const auto take = [] {
         const int other = open(kVideo, O_RDWR);
-        v4l2_requestbuffers request{};
-        request.count = 2;
-        request.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-        request.memory = V4L2_MEMORY_MMAP;
-        EXPECT_EQ(ioctl(other, VIDIOC_REQBUFS, &request), 0);
+        EXPECT_EQ(NodeCalls(other).Request(2), 0);
         return other;
     };
     int other = take();
@@ -292,7 +232,7 @@ TEST_F(Devices, LastCloseOfAnyKindFreesTheNode)
 
 TEST_F(Devices, ClosingEverythingDoesNotTakeTheBoardsOwn)
 {
-    Stream stream(fd);
+    Running stream(fd);
     for (int number = 3; number < 1024; ++number) {
         struct stat status;
         if (number != fd && fstat(number, &status) == 0 && S_ISSOCK(status.st_mode)) {
@@ -300,7 +240,7 @@ TEST_F(Devices, ClosingEverythingDoesNotTakeTheBoardsOwn)
         }
     }
     EXPECT_TRUE(IsReadable(fd, nullptr));
-    EXPECT_EQ(stream.Call(VIDIOC_DQBUF, 0), 0);
+    EXPECT_EQ(stream.Dequeue(), 0);
 }
 
 TEST_F(Devices, AreNoFilesToRead)
@@ -341,7 +281,7 @@ TEST(Growth, ThreadsAndDescriptorsGoWithTheStream)
         const int fd = open(kVideo, O_RDWR);
         EXPECT_EQ(ThreadCount(), threads);
         {
-            Stream stream(fd);
+            Running stream(fd);
             EXPECT_EQ(ThreadCount(), threads + 1);
         }
         EXPECT_EQ(ThreadCount(), threads);
@@ -352,7 +292,7 @@ TEST(Growth, ThreadsAndDescriptorsGoWithTheStream)
 
 TEST_F(Devices, ForkedChildIsLeftAlone)
 {
-    Stream stream(fd);
+    Running stream(fd);
     const pid_t child = fork();
     if (child == 0) {
         v4l2_capability capability{};
@@ -367,7 +307,7 @@ TEST_F(Devices, ForkedChildIsLeftAlone)
     EXPECT_EQ(waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);
     EXPECT_TRUE(IsReadable(fd, nullptr));
-    EXPECT_EQ(stream.Call(VIDIOC_DQBUF, 0), 0);
+    EXPECT_EQ(stream.Dequeue(), 0);
 }
 
 } // namespace
