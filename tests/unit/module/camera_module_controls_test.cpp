@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "../bus/memory_bridge.h"
 #include "opened_module.h"
 
 namespace
@@ -188,19 +187,8 @@ TEST(CameraModuleControls, RefusedGainAndRateAreKeptNevertheless)
               "PREVIEW_MAX_FPS: Value 400 outside range 0...255.996.");
 }
 
-/// Runs the operations in a process of its own that shows the debug lines.
-void useWithLog(const Use& use)
-{
-    Opened opened;
-    use(opened.module);
-    std::exit(0);
-}
-
 TEST(CameraModuleControls, LogsOperationsAndValues)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    ::setenv("MCM_TRACE_LEVEL_CONSOLE", "7", 1);
-    ::setenv("MCM_TRACE_FLAGS", "2", 1);
     const struct {
         Use use;
         const char* lines[2];
@@ -249,11 +237,12 @@ TEST(CameraModuleControls, LogsOperationsAndValues)
           "DEBUG: RestoreTestPatternSavedRegs() valid=1\n"}},
     };
     for (const auto& row : cases) {
-        EXPECT_EXIT(useWithLog(row.use), testing::ExitedWithCode(0),
-                    AllOf(HasSubstr(row.lines[0]), HasSubstr(row.lines[1])));
+        const auto use = [&row] {
+            Opened opened;
+            row.use(opened.module);
+        };
+        expectLogged("7", "2", use, AllOf(HasSubstr(row.lines[0]), HasSubstr(row.lines[1])));
     }
-    ::unsetenv("MCM_TRACE_FLAGS");
-    ::unsetenv("MCM_TRACE_LEVEL_CONSOLE");
 }
 
 } // namespace

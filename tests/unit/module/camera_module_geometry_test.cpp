@@ -1,10 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "../bus/memory_bridge.h"
-#include "module/camera_module_ap1302.h"
-#include "module/trigger_feature.h"
-#include "simulated_module.h"
+#include "opened_module.h"
 
 namespace
 {
@@ -13,29 +10,13 @@ using namespace mcm;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using Lines = std::vector<std::string>;
 
-/// An initialised camera module; its transfers are those of the operation under test.
 class GeometryTest : public testing::Test
 {
 protected:
-    static zevo_sim::CameraOptions options()
-    {
-        zevo_sim::CameraOptions options;
-        options.isRunning = true;
-        options.laneCount = 2;
-        return options;
-    }
-    void SetUp() override
-    {
-        module.Initialize();
-        simulated.camera.ClearTransfers();
-    }
     Lines transfersOf(const std::function<void(CameraModuleAP1302&)>& use)
     {
-        simulated.takeIspTransfers();
-        use(module);
-        return simulated.takeIspTransfers();
+        return idle.transfersOf([&] { use(module); });
     }
     void setSize(std::uint32_t width, std::uint32_t height)
     {
@@ -43,9 +24,8 @@ protected:
         module.SetHeight(height);
     }
 
-    SimulatedModule simulated{options()};
-    CameraModuleAP1302 module{simulated.controlDevice(), simulated.csi(), makeTriggerFeature,
-                              simulated.clock};
+    Idle idle{running(2)};
+    CameraModuleAP1302& module = idle.module;
 };
 
 TEST_F(GeometryTest, SizeGoesToTheOutputAlone)
@@ -104,10 +84,10 @@ TEST_F(GeometryTest, RegionsAreSensorWindowsBeforeScaling)
         module.SetOffsetX(row.offsetX);
         module.SetOffsetY(row.offsetY);
         module.SetScalingFactor(row.scaling);
-        EXPECT_EQ(simulated.camera.PeekIsp16(0x2004), row.x0);
-        EXPECT_EQ(simulated.camera.PeekIsp16(0x2008), row.x1);
-        EXPECT_EQ(simulated.camera.PeekIsp16(0x2006), row.y0);
-        EXPECT_EQ(simulated.camera.PeekIsp16(0x200A), row.y1);
+        EXPECT_EQ(idle.peek(0x2004), row.x0);
+        EXPECT_EQ(idle.peek(0x2008), row.x1);
+        EXPECT_EQ(idle.peek(0x2006), row.y0);
+        EXPECT_EQ(idle.peek(0x200A), row.y1);
     }
 }
 
@@ -116,37 +96,36 @@ TEST_F(GeometryTest, RegionOutsideTheRegisterLeavesTheRecordOpen)
     setSize(2600, 1952);
     EXPECT_EQ(errorOf([this] { module.SetOffsetX(2600); }),
               "PREVIEW_ROI_X1: Value 2 outside range -2...1.99994.");
-    EXPECT_THAT(simulated.takeIspTransfers(), Contains("w 2004 4000"));
-    EXPECT_EQ(simulated.camera.PeekIsp16(0x1184), 1);
+    EXPECT_THAT(idle.takeIspTransfers(), Contains("w 2004 4000"));
+    EXPECT_EQ(idle.peek(0x1184), 1);
 }
 
 TEST_F(GeometryTest, WaitsForTheRecordBefore)
 {
     zevo_sim::Misbehaviour slow;
     slow.atomicReads = 3;
-    simulated.camera.SetMisbehaviour(slow);
+    idle.camera.SetMisbehaviour(slow);
     module.SetOffsetX(1);
-    simulated.clock.sleeps.clear();
+    idle.clock.sleeps.clear();
     EXPECT_THAT(transfersOf([](auto& module) { module.SetOffsetX(2); }),
                 ElementsAre("r 1184", "r 1184", "r 1184", "r 1184", "w 1184 0001", testing::_,
                             testing::_, "w 1184 0007"));
-    EXPECT_EQ(simulated.clock.sleeps,
-              std::vector<IClock::Duration>(3, std::chrono::milliseconds(10)));
+    EXPECT_EQ(idle.clock.sleeps, std::vector<IClock::Duration>(3, std::chrono::milliseconds(10)));
 }
 
 TEST_F(GeometryTest, StuckRecordCostsTenSecondsAndAWarning)
 {
     zevo_sim::Misbehaviour stuck;
     stuck.isAtomicStuck = true;
-    simulated.camera.SetMisbehaviour(stuck);
+    idle.camera.SetMisbehaviour(stuck);
     module.SetOffsetX(1);
-    const double before = simulated.clock.seconds();
+    const double before = idle.clock.seconds();
     testing::internal::CaptureStderr();
     EXPECT_EQ(transfersOf([](auto& module) { module.SetOffsetX(2); }).back(), "w 1184 0007");
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
                 HasSubstr("[000000] WARNING: ISP is still waiting until all recorded data is "
                           "written.\n"));
-    EXPECT_NEAR(simulated.clock.seconds() - before, 10.1, 0.02);
+    EXPECT_NEAR(idle.clock.seconds() - before, 10.1, 0.02);
 }
 
 // The one case in which the line time isn't left to the ISP: all of four conditions hold.
@@ -164,18 +143,12 @@ TEST(Geometry, LineTimeNeedsAllItsConditions)
         {425, 0.5F, 2, (1200 << 16) + 1, 0},
     };
     for (const auto& row : cases) {
-        zevo_sim::CameraOptions options;
-        options.isRunning = true;
-        options.laneCount = row.lanes;
-        SimulatedModule simulated(options);
-        CameraModuleAP1302 module(simulated.controlDevice(), simulated.csi(), makeTriggerFeature,
-                                  simulated.clock);
-        module.Initialize();
-        simulated.camera.PokeIsp16(0x004E, row.revision);
-        simulated.camera.PokeIsp32(0x0068, row.linkRate);
-        module.SetWidth(1300);
-        module.SetScalingFactor(row.scaling);
-        EXPECT_EQ(simulated.camera.PeekIsp32(0x201C), row.lineTime);
+        Idle idle(running(row.lanes));
+        idle.camera.PokeIsp16(0x004E, row.revision);
+        idle.camera.PokeIsp32(0x0068, row.linkRate);
+        idle.module.SetWidth(1300);
+        idle.module.SetScalingFactor(row.scaling);
+        EXPECT_EQ(idle.camera.PeekIsp32(0x201C), row.lineTime);
     }
 }
 

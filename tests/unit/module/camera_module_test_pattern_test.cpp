@@ -3,7 +3,6 @@
 
 #include <cerrno>
 
-#include "../bus/memory_bridge.h"
 #include "opened_module.h"
 
 namespace
@@ -13,12 +12,6 @@ using namespace mcm;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::HasSubstr;
-
-Lines operator+(Lines left, const Lines& right)
-{
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
 
 const Lines kSaved = {"r 600c", "r 2014", "r 5100", "r 515c", "r 5102", "r 5104"};
 const Lines kNeutral = {"r 5002",      "w 5002 abc0", "w 5006 0100", "w 5100 0000",
@@ -77,18 +70,16 @@ TEST_F(TestPatternTest, PatternsHaveTheirModesAndColors)
         std::uint32_t pattern;
         std::uint16_t mode;
         Lines colors;
-    } cases[] = {
-        {1, 1, {"w 6042 0000", "w 6044 0000", "w 6048 0000", "w 6046 0000"}},
-        {2, 1, {"w 6042 ffff", "w 6044 ffff", "w 6048 ffff", "w 6046 ffff"}},
-        {3, 3, {}},
-        {4, 4, {}},
-        {5, 10, {}},
-        {6, 2, {}},
-        {7, 5, {}},
-        {8, 6, {}},
-        {9, 7, {}},
-        {10, 8, {}},
-    };
+    } cases[] = {{1, 1, {"w 6042 0000", "w 6044 0000", "w 6048 0000", "w 6046 0000"}},
+                 {2, 1, {"w 6042 ffff", "w 6044 ffff", "w 6048 ffff", "w 6046 ffff"}},
+                 {3, 3, {}},
+                 {4, 4, {}},
+                 {5, 10, {}},
+                 {6, 2, {}},
+                 {7, 5, {}},
+                 {8, 6, {}},
+                 {9, 7, {}},
+                 {10, 8, {}}};
     for (const auto& row : cases) {
         SCOPED_TRACE(row.pattern);
         Lines colors;

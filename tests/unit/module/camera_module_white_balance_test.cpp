@@ -3,7 +3,6 @@
 
 #include <cmath>
 
-#include "../bus/memory_bridge.h"
 #include "opened_module.h"
 
 namespace

@@ -5,9 +5,8 @@
 
 #include <cstdlib>
 
-#include "../bus/memory_bridge.h"
 #include "module/pll_table.h"
-#include "simulated_module.h"
+#include "opened_module.h"
 
 namespace
 {
@@ -37,13 +36,6 @@ protected:
         return IspFirmware::loadIspFirmware(isp, csi, module.clock);
     }
 };
-
-zevo_sim::CameraOptions running()
-{
-    zevo_sim::CameraOptions options;
-    options.isRunning = true;
-    return options;
-}
 
 std::string word(std::uint32_t value)
 {
@@ -113,13 +105,6 @@ TEST_F(IspFirmwareTest, LeavesRunningFirmwareAlone)
     EXPECT_FALSE(load(module));
     EXPECT_THAT(module.takeIspTransfers(),
                 ElementsAre("r 0000", "r 0004", "r 0042", "r 6002", "r 6134"));
-}
-
-TEST_F(IspFirmwareTest, BootedIspIsFoundRunning)
-{
-    SimulatedModule module;
-    EXPECT_TRUE(load(module));
-    EXPECT_FALSE(load(module));
 }
 
 TEST_F(IspFirmwareTest, RefusesAnIspThatCannotTakeAnUpload)
@@ -228,16 +213,13 @@ TEST_F(IspFirmwareTest, UserSuppliedRateOutranksTheDriver)
 
 TEST_F(IspFirmwareTest, LogsTheBoot)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    ::setenv("MCM_TRACE_LEVEL_CONSOLE", "6", 1);
     const auto boot = [this] {
         SimulatedModule module;
         load(module, 1200.0);
         load(module, 1200.0);
-        std::exit(0);
     };
-    EXPECT_EXIT(
-        boot(), testing::ExitedWithCode(0),
+    expectLogged(
+        "6", "1", boot,
         AllOf(HasSubstr("[000001] INFO: Expected-Lane-Datarate(Mbps): 1200\n"),
               HasSubstr("[000001] INFO: Min-Lane-Datarate(Mbps): 80\n"),
               HasSubstr("[000001] INFO: Max-Lane-Datarate(Mbps): 1200\n"),
@@ -250,7 +232,6 @@ TEST_F(IspFirmwareTest, LogsTheBoot)
               HasSubstr("[000001] INFO: Csi::SetPll for 1200Mbps\n"),
               HasSubstr("[000001] INFO: Firmware upload time: "),
               HasSubstr("[000001] INFO: ISP firmware already running -- skipping upload\n")));
-    ::unsetenv("MCM_TRACE_LEVEL_CONSOLE");
 }
 
 TEST(PllTable, GivesTheRowAtOrBelowTheRate)

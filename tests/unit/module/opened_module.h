@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 
+#include "../support/outcome.h"
 #include "base/endian.h"
 #include "bus/kernel_interface.h"
 #include "module/camera_module_ap1302.h"
@@ -11,6 +12,12 @@
 #include "simulated_module.h"
 
 using Lines = std::vector<std::string>;
+
+inline Lines operator+(Lines left, const Lines& right)
+{
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
 
 inline zevo_sim::CameraOptions running(std::uint8_t lanes = 4)
 {
@@ -75,10 +82,3 @@ public:
 private:
     FakeNode node_;
 };
-
-inline std::string stderrOf(const std::function<void()>& use)
-{
-    testing::internal::CaptureStderr();
-    use();
-    return testing::internal::GetCapturedStderr();
-}

@@ -5,7 +5,6 @@
 
 #include <cerrno>
 
-#include "../bus/memory_bridge.h"
 #include "opened_module.h"
 
 namespace
@@ -147,23 +146,17 @@ TEST_F(SensorRegisterAccessTest, EveryFailedTransferIsPassedOn)
 
 TEST_F(SensorRegisterAccessTest, LogsValuesInHexadecimal)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    ::setenv("MCM_TRACE_LEVEL_CONSOLE", "7", 1);
-    ::setenv("MCM_TRACE_FLAGS", "2", 1);
     const auto use = [this] {
         sensor.WriteSensorReg(kControl, 0xBEE0);
         sensor.ReadSensorReg(kControl);
         setBusyReads(1000);
         errorOf([this] { sensor.ReadSensorReg(kControl); });
-        std::exit(0);
     };
-    EXPECT_EXIT(use(), testing::ExitedWithCode(0),
-                AllOf(HasSubstr("[000002] DEBUG: WriteSensorReg(0x301a:0xbee0)\n"),
-                      HasSubstr("[000002] DEBUG: ReadSensorReg(0x301a)\n"),
-                      HasSubstr("[000002] DEBUG: ReadSensorReg(0x301a) returns 0xbee0\n"),
-                      HasSubstr("[000002] DEBUG: WaitForDmaIdle Timeout, ctrlMode=0x2\n")));
-    ::unsetenv("MCM_TRACE_FLAGS");
-    ::unsetenv("MCM_TRACE_LEVEL_CONSOLE");
+    expectLogged("7", "2", use,
+                 AllOf(HasSubstr("[000002] DEBUG: WriteSensorReg(0x301a:0xbee0)\n"),
+                       HasSubstr("[000002] DEBUG: ReadSensorReg(0x301a)\n"),
+                       HasSubstr("[000002] DEBUG: ReadSensorReg(0x301a) returns 0xbee0\n"),
+                       HasSubstr("[000002] DEBUG: WaitForDmaIdle Timeout, ctrlMode=0x2\n")));
 }
 
 } // namespace

@@ -5,7 +5,6 @@
 
 #include <cerrno>
 
-#include "../bus/memory_bridge.h"
 #include "opened_module.h"
 
 namespace
@@ -20,12 +19,6 @@ using Milliseconds = std::chrono::milliseconds;
 
 constexpr std::uint16_t kTriggerControl = 0x1186;
 constexpr std::uint16_t kSensorControl = 0x301A;
-
-Lines operator+(Lines left, const Lines& right)
-{
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
 
 // Bits of TRIGGER_CTRL that no operation may touch are set: 0x7300.
 const Lines kLineLow = {"w f038 002a0000", "r e000", "r e002", "w e000 00010000"};
@@ -215,73 +208,46 @@ TEST_F(TriggerFeatureTest, FirstSoftwareTriggerIsAPulseAndLaterOnesALevel)
 
 TEST_F(TriggerFeatureTest, UnsupportedConfigurationsAreReportedOnly)
 {
-    const auto changed = [](auto change) {
-        TriggerConfiguration configuration = trigger();
-        configuration.enabled = false;
-        change(configuration);
-        return configuration;
+    using Selector = TriggerSelector;
+    using Source = TriggerSourceType;
+    using Activation = TriggerActivation;
+    const auto kLine = Source::DigitalIoLine;
+    const auto kHigh = Activation::LevelHigh;
+    const auto configure = [](TriggerConfiguration configuration) {
+        return [configuration](TriggerFeature& f) { f.ConfigureTrigger(configuration); };
     };
-    const auto changedSignal = [](auto change) {
-        PeriodicSignalConfiguration configuration = signal(5.0);
-        change(configuration);
-        return configuration;
+    const auto signal5us = [](unsigned index, Source source, unsigned sourceIndex) {
+        return [=](TriggerFeature& f) {
+            f.ConfigurePeriodicSignal({index, 5.0, source, sourceIndex, Activation::LevelLow});
+        };
     };
     const struct {
         const char* line;
         std::function<void(TriggerFeature&)> use;
     } cases[] = {
         {"ConfigureTrigger: ignore unsupported trigger activation RisingEdge\n",
-         [&](auto& f) {
-             f.ConfigureTrigger(changed([](auto& c) {
-                 c.activation = TriggerActivation::RisingEdge;
-                 c.selector = TriggerSelector::FrameEnd;
-             }));
-         }},
-        {"ConfigureTrigger: ignore unsupported trigger activation FallingEdge\n",
-         [&](auto& f) {
-             f.ConfigureTrigger(
-                 changed([](auto& c) { c.activation = TriggerActivation::FallingEdge; }));
-         }},
+         configure({Selector::FrameEnd, false, kLine, 0, Activation::RisingEdge, 0.0})},
         {"ConfigureTrigger: ignore unsupported trigger activation AnyEdge\n",
-         [&](auto& f) {
-             f.ConfigureTrigger(
-                 changed([](auto& c) { c.activation = TriggerActivation::AnyEdge; }));
-         }},
+         configure({Selector::FrameStart, false, kLine, 0, Activation::AnyEdge, 0.0})},
+        {"ConfigureTrigger: ignore unsupported trigger activation FallingEdge\n",
+         configure({Selector::FrameStart, false, kLine, 0, Activation::FallingEdge, 0.0})},
         {"ConfigureTrigger: ignore unsupported trigger selector ExposureActive\n",
-         [&](auto& f) {
-             f.ConfigureTrigger(changed([](auto& c) {
-                 c.selector = TriggerSelector::ExposureActive;
-                 c.sourceIndex = 1;
-             }));
-         }},
+         configure({Selector::ExposureActive, false, kLine, 1, kHigh, 0.0})},
         {"ConfigureTrigger: ignore unsupported trigger source: PeriodicSignal, 1\n",
-         [&](auto& f) {
-             f.ConfigureTrigger(changed([](auto& c) {
-                 c.sourceType = TriggerSourceType::PeriodicSignal;
-                 c.sourceIndex = 1;
-             }));
-         }},
+         configure({Selector::FrameStart, false, Source::PeriodicSignal, 1, kHigh, 0.0})},
         {"ConfigureTrigger: ignore unsupported trigger source: 3, 0\n",
-         [&](auto& f) {
-             f.ConfigureTrigger(
-                 changed([](auto& c) { c.sourceType = static_cast<TriggerSourceType>(3); }));
-         }},
+         configure({Selector::FrameStart, false, static_cast<Source>(3), 0, kHigh, 0.0})},
         {"ConfigurePeriodicSignal: ignore unsupported periodic signal index 1\n",
-         [&](auto& f) { f.ConfigurePeriodicSignal(changedSignal([](auto& c) { c.index = 1; })); }},
+         signal5us(1, kLine, 0)},
         {"ConfigurePeriodicSignal: ignore unsupported periodic signal source: Software, 0\n",
-         [&](auto& f) {
-             f.ConfigurePeriodicSignal(
-                 changedSignal([](auto& c) { c.sourceType = TriggerSourceType::Software; }));
-         }},
+         signal5us(0, Source::Software, 0)},
         {"ConfigurePeriodicSignal: ignore unsupported periodic signal source: DigitalIoLine, 2\n",
-         [&](auto& f) {
-             f.ConfigurePeriodicSignal(changedSignal([](auto& c) { c.sourceIndex = 2; }));
-         }},
+         signal5us(0, kLine, 2)},
         {"ExecuteSoftwareTrigger: ignore software trigger for unsupported trigger selector "
          "FrameEnd\n",
-         [](auto& f) { f.ExecuteSoftwareTrigger(TriggerSelector::FrameEnd); }},
+         [](auto& f) { f.ExecuteSoftwareTrigger(Selector::FrameEnd); }},
     };
-    feature.ConfigureTrigger(trigger(TriggerSourceType::PeriodicSignal));
+    feature.ConfigureTrigger(trigger(Source::PeriodicSignal));
     feature.ConfigurePeriodicSignal(signal(10.0));
     for (const auto& row : cases) {
         EXPECT_THAT(stderrOf([&] { EXPECT_THAT(transfersOf(row.use), ElementsAre()); }),
@@ -289,9 +255,7 @@ TEST_F(TriggerFeatureTest, UnsupportedConfigurationsAreReportedOnly)
     }
     // The configuration from before stands: enabled, and by the periodic signal of 10 us.
     EXPECT_EQ(transfersOf([](auto& f) { f.AcquisitionStart(); }).size(), 13U);
-    EXPECT_EQ(transfersOf([](auto& f) {
-                  f.ConfigureTrigger(trigger(TriggerSourceType::PeriodicSignal));
-              })[0],
+    EXPECT_EQ(transfersOf([](auto& f) { f.ConfigureTrigger(trigger(Source::PeriodicSignal)); })[0],
               "w 1188 fffff600");
 }
 
@@ -321,27 +285,21 @@ TEST_F(TriggerFeatureTest, FailedFirstPulseLeavesThePulseToTheNextTrigger)
 
 TEST_F(TriggerFeatureTest, LogsConfigurations)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    ::setenv("MCM_TRACE_LEVEL_CONSOLE", "7", 1);
-    ::setenv("MCM_TRACE_FLAGS", "2", 1);
     const auto use = [this] {
         feature.ConfigureTrigger({TriggerSelector::FrameStart, true,
                                   TriggerSourceType::PeriodicSignal, 0, TriggerActivation::LevelLow,
                                   2.5});
         feature.ConfigurePeriodicSignal(signal(12.5));
         feature.ExecuteSoftwareTrigger(TriggerSelector::FrameEnd);
-        std::exit(0);
     };
-    EXPECT_EXIT(use(), testing::ExitedWithCode(0),
-                AllOf(HasSubstr("[000002] DEBUG: ConfigureTrigger(selector=FrameStart, enabled=1, "
-                                "source=(PeriodicSignal, 0), activation=LevelLow, delay=2.5)\n"),
-                      HasSubstr("[000002] DEBUG: ConfigurePeriodicSignal(index=0, "
-                                "source=(DigitalIoLine, 0), activation=LevelLow, delay=12.5)\n"),
-                      HasSubstr("[000002] DEBUG: SetTriggerDelay(12.5us)\n"),
-                      HasSubstr("[000002] DEBUG: SetTriggerActivation(LevelLow)\n"),
-                      HasSubstr("[000002] DEBUG: ExecuteSoftwareTrigger(FrameEnd)\n")));
-    ::unsetenv("MCM_TRACE_FLAGS");
-    ::unsetenv("MCM_TRACE_LEVEL_CONSOLE");
+    expectLogged("7", "2", use,
+                 AllOf(HasSubstr("[000002] DEBUG: ConfigureTrigger(selector=FrameStart, enabled=1, "
+                                 "source=(PeriodicSignal, 0), activation=LevelLow, delay=2.5)\n"),
+                       HasSubstr("[000002] DEBUG: ConfigurePeriodicSignal(index=0, "
+                                 "source=(DigitalIoLine, 0), activation=LevelLow, delay=12.5)\n"),
+                       HasSubstr("[000002] DEBUG: SetTriggerDelay(12.5us)\n"),
+                       HasSubstr("[000002] DEBUG: SetTriggerActivation(LevelLow)\n"),
+                       HasSubstr("[000002] DEBUG: ExecuteSoftwareTrigger(FrameEnd)\n")));
 }
 
 // The module hands triggers on: armed before the stream runs, taken back behind its stall.
