@@ -72,6 +72,24 @@ public:
         return found != byName.end() ? &nodes[found->second] : nullptr;
     }
 
+    /// Addresses of the registers that a node's value comes from: one behind another node, several
+    /// behind a choice by a selector, none for a constant or for null.
+    std::vector<std::uint32_t> registersOf(const DescriptionNode* node) const
+    {
+        if (node == nullptr)
+            return {};
+        if (node->has("Address"))
+            return {static_cast<std::uint32_t>(node->number("Address"))};
+        std::vector<std::uint32_t> addresses;
+        for (const auto& [element, text] : node->elements) {
+            if (element != "pValue" && element != "pValueIndexed")
+                continue;
+            for (const std::uint32_t address : registersOf(find(text)))
+                addresses.push_back(address);
+        }
+        return addresses;
+    }
+
     std::map<std::string, std::string> attributes;
     std::vector<DescriptionNode> nodes;
     std::map<std::string, std::size_t> byName;

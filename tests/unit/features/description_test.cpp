@@ -263,24 +263,6 @@ TEST(RemoteDescription, ReachesTheValueOfEveryRegister)
         EXPECT_LE(count, 1) << std::hex << address << " stands twice";
 }
 
-/// Addresses of the registers that a node's value comes from, one behind another node, several
-/// behind a choice by a selector.
-std::vector<std::uint32_t> RegistersOf(const DescriptionNode* node)
-{
-    if (node == nullptr)
-        return {};
-    if (node->has("Address"))
-        return {static_cast<std::uint32_t>(node->number("Address"))};
-    std::vector<std::uint32_t> addresses;
-    for (const auto& [element, text] : node->elements) {
-        if (element != "pValue" && element != "pValueIndexed")
-            continue;
-        for (const std::uint32_t address : RegistersOf(Remote().find(text)))
-            addresses.push_back(address);
-    }
-    return addresses;
-}
-
 TEST(RemoteDescription, StreamsTheFeaturesThatTakeUncheckedValues)
 {
     std::map<std::uint32_t, Role> roles;
@@ -294,7 +276,7 @@ TEST(RemoteDescription, StreamsTheFeaturesThatTakeUncheckedValues)
     for (const DescriptionNode& node : Remote().nodes) {
         if (!node.has("Visibility"))
             continue;
-        for (const std::uint32_t address : RegistersOf(&node)) {
+        for (const std::uint32_t address : Remote().registersOf(&node)) {
             const auto role = roles.find(address);
             const bool isKnown = role != roles.end();
             const bool isFeature =
@@ -329,7 +311,7 @@ TEST(RemoteDescription, LimitsAreThoseOfTheRegisters)
             row.shape.family != RegisterFamily::IntRW)
             continue;
         for (const DescriptionNode& node : Remote().nodes) {
-            const std::vector<std::uint32_t> targets = RegistersOf(&node);
+            const std::vector<std::uint32_t> targets = Remote().registersOf(&node);
             if (node.kind != "Integer" || !(node.has("Min") || node.has("pMin")) ||
                 std::find(targets.begin(), targets.end(), row.address + PrefixSize(row.shape)) ==
                     targets.end())
