@@ -58,30 +58,25 @@ constexpr Behaviour Word()
 {
     return {Role::Word};
 }
+constexpr Behaviour Tells(const Condition& condition)
+{
+    Behaviour word = Word();
+    word.condition = condition;
+    return word;
+}
 constexpr Behaviour Locks(Reg target, bool (*holds)(const FeatureContext&))
 {
-    return {Role::Word,
-            0,
-            nullptr,
-            nullptr,
-            nullptr,
-            nullptr,
-            {target, RegisterFlag::WriteLocked, holds}};
+    return Tells({target, RegisterFlag::WriteLocked, holds});
 }
 constexpr Behaviour Offers(Reg target, bool (*holds)(const FeatureContext&))
 {
-    return {Role::Word,
-            0,
-            nullptr,
-            nullptr,
-            nullptr,
-            nullptr,
-            {target, RegisterFlag::Available, holds}};
+    return Tells({target, RegisterFlag::Available, holds});
 }
 constexpr Behaviour Text(std::string RuntimeMCM::*text)
 {
     return {Role::Text, 0, nullptr, nullptr, nullptr, text};
 }
+
 constexpr Action kApply = Do<&CameraRegisters::apply>;
 constexpr Behaviour Feature(std::int64_t initial, Action action, SendOperation send = nullptr)
 {
