@@ -51,10 +51,7 @@ TEST(StreamGrabber, FramesCostNoAllocation)
 {
     FakeCaptureNode node;
     TestGrabber grabber(node);
-    grabber->Open();
-    grabber->prepareCapturing();
-    grabber.Queue(3);
-    grabber->startCapturing();
+    grabber.Start(3);
     PassFrame(grabber, 1);
     const std::size_t before = Allocations::GetCount();
     for (std::uint32_t i = 2; i <= 50; ++i)

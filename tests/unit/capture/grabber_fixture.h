@@ -2,10 +2,13 @@
 #pragma once
 
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "base/pfnc.h"
 #include "capture/grabber/stream_grabber.h"
@@ -49,6 +52,27 @@ private:
     std::mutex mutex_;
     std::condition_variable changed_;
     unsigned count_ = 0;
+};
+
+/// Does what it is given.
+class GivenProcessing final : public V4lX::IImageProcessing
+{
+public:
+    std::function<void(const V4lX::ImageProperties& source, const V4lX::ImageProperties& target)>
+        onPrepare = [](const auto&, const auto&) {};
+    std::function<void(const void* source, void* target, std::size_t size)> onProcess =
+        [](const void*, void*, std::size_t) {};
+
+private:
+    void Prepare(const V4lX::ImageProperties& source, const V4lX::ImageProperties& target) override
+    {
+        onPrepare(source, target);
+    }
+    bool Process(const void* source, void* target, std::size_t size) override
+    {
+        onProcess(source, target, size);
+        return true;
+    }
 };
 
 /// The oldest result of a grabber that rings this bell, waited for.
@@ -97,6 +121,15 @@ struct TestGrabber {
     {
         for (int i = 0; i < count; ++i)
             grabber.QueueBuffer(Register(), 100 + i);
+    }
+
+    /// Opens it, queues this many buffers and captures.
+    void Start(int buffers = 0)
+    {
+        EXPECT_EQ(grabber.Open(), V4lX::Result::Success);
+        Queue(buffers);
+        EXPECT_EQ(grabber.prepareCapturing(), V4lX::Result::Success);
+        EXPECT_EQ(grabber.startCapturing(), V4lX::Result::Success);
     }
 
     V4lX::GrabResult WaitForResult() { return test::WaitForResult(grabber, bell); }

@@ -234,37 +234,21 @@ TEST(GrabberPreparation, OnlyMemoryMappingIsThere)
     }
 }
 
-/// Takes note of what it is prepared for.
-class NotingProcessing : public IImageProcessing
-{
-public:
-    ImageProperties source{};
-    ImageProperties destination{};
-    std::function<void()> onPrepare = [] {};
-
-private:
-    void Prepare(const ImageProperties& src, const ImageProperties& dst) override
-    {
-        source = src;
-        destination = dst;
-        onPrepare();
-    }
-    bool Process(const void*, void*, std::size_t) override { return true; }
-};
-
 TEST(GrabberPreparation, ImageProcessingLearnsBothFormats)
 {
     FakeCaptureNode node;
-    const auto processing = std::make_shared<NotingProcessing>();
+    const auto processing = std::make_shared<test::GivenProcessing>();
+    std::vector<ImageProperties> sides;
+    processing->onPrepare = [&](const auto& from, const auto& to) { sides = {from, to}; };
     TestGrabber grabber(node, processing);
     EXPECT_EQ(Prepare(grabber).result, Result::Success);
-    for (const ImageProperties* side : {&processing->source, &processing->destination}) {
-        EXPECT_EQ(side->width, test::kWidth);
-        EXPECT_EQ(side->height, test::kHeight);
-        EXPECT_EQ(side->payloadSize, kPayload);
+    for (const ImageProperties& side : sides) {
+        EXPECT_EQ(side.width, test::kWidth);
+        EXPECT_EQ(side.height, test::kHeight);
+        EXPECT_EQ(side.payloadSize, kPayload);
     }
-    EXPECT_EQ(processing->source.pixelFormat, V4L2_PIX_FMT_UYVY);
-    EXPECT_EQ(processing->destination.pixelFormat, Pfnc::YUV422_8_UYVY);
+    EXPECT_EQ(sides.at(0).pixelFormat, V4L2_PIX_FMT_UYVY);
+    EXPECT_EQ(sides.at(1).pixelFormat, Pfnc::YUV422_8_UYVY);
 }
 
 TEST(GrabberPreparation, FormatsWithoutOperationFail)
@@ -282,16 +266,20 @@ TEST(GrabberPreparation, FormatsWithoutOperationFail)
 TEST(GrabberPreparation, ContradictingPropertiesPassUpAndLeaveNothing)
 {
     FakeCaptureNode node;
-    const auto processing = std::make_shared<NotingProcessing>();
-    processing->onPrepare = [] { throw std::invalid_argument("widths"); };
+    const auto processing = std::make_shared<test::GivenProcessing>();
+    bool isContradicting = true;
+    processing->onPrepare = [&](auto&&...) {
+        if (isContradicting)
+            throw std::invalid_argument("widths");
+    };
     TestGrabber grabber(node, processing);
     grabber->Open();
     EXPECT_THROW(grabber->prepareCapturing(), std::invalid_argument);
     EXPECT_FALSE(grabber->IsPrepared());
-    processing->onPrepare = [] {};
+    isContradicting = false;
     EXPECT_EQ(grabber->prepareCapturing(), Result::Success);
     EXPECT_EQ(node.mappings, 4);
-    processing->onPrepare = [] { throw std::invalid_argument("widths"); };
+    isContradicting = true;
     grabber->finishCapturing();
     EXPECT_THROW(grabber->prepareCapturing(), std::invalid_argument);
     grabber->Close();

@@ -1,7 +1,6 @@
 // What other threads may do while the capture thread runs.
-#include <condition_variable>
 #include <cstring>
-#include <mutex>
+#include <future>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -17,57 +16,21 @@ using test::FakeCaptureNode;
 using test::kPayload;
 using test::TestGrabber;
 
-/// Stays in the middle of a copy until it is released.
-class BlockingProcessing final : public IImageProcessing
-{
-public:
-    void Prepare(const ImageProperties&, const ImageProperties&) override {}
-
-    bool Process(const void* source, void* destination, std::size_t size) override
-    {
-        std::unique_lock<std::mutex> lock(mutex_);
-        isCopying_ = true;
-        changed_.notify_all();
-        changed_.wait(lock, [&] { return isReleased_; });
-        std::memcpy(destination, source, size);
-        return true;
-    }
-
-    void WaitForCopy()
-    {
-        std::unique_lock<std::mutex> lock(mutex_);
-        changed_.wait(lock, [&] { return isCopying_; });
-    }
-
-    void Release()
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        isReleased_ = true;
-        changed_.notify_all();
-    }
-
-private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    bool isCopying_ = false;
-    bool isReleased_ = false;
-};
-
 /// Two buffers are queued, and the first is in the middle of its copy.
 class CopyInProgress : public testing::Test
 {
 protected:
     CopyInProgress()
     {
-        grabber->Open();
-        grabber.Queue(2);
-        grabber->prepareCapturing();
-        grabber->startCapturing();
+        processing->onProcess = [this](const void* source, void* destination, std::size_t size) {
+            isCopying.set_value();
+            release.get_future().wait();
+            std::memcpy(destination, source, size);
+        };
+        grabber.Start(2);
         node.PushFrame({1});
-        processing->WaitForCopy();
+        isCopying.get_future().wait();
     }
-    ~CopyInProgress() override { processing->Release(); }
-
     /// Tells by what the second buffer's queueing gives that the other thread has come through
     /// the mutex.
     void QueueSecondUntil(Result result)
@@ -79,7 +42,9 @@ protected:
     void FreeFirst() { std::vector<std::uint8_t>().swap(grabber.memory[0]); }
 
     FakeCaptureNode node;
-    std::shared_ptr<BlockingProcessing> processing = std::make_shared<BlockingProcessing>();
+    std::promise<void> isCopying;
+    std::promise<void> release;
+    std::shared_ptr<test::GivenProcessing> processing = std::make_shared<test::GivenProcessing>();
     TestGrabber grabber{node, processing};
 };
 
@@ -91,7 +56,7 @@ TEST_F(CopyInProgress, TakeBackBuffersWaitsForItsEndAndKeepsTheResult)
     });
     QueueSecondUntil(Result::Success);
     EXPECT_EQ(grabber->QueueBuffer(1, 0), Result::BadState);
-    processing->Release();
+    release.set_value();
     taker.join();
     const GrabResult result = grabber.Retrieve();
     EXPECT_EQ(result.handle, 1u);
@@ -109,7 +74,7 @@ TEST_F(CopyInProgress, DeregisterBufferWaitsForItsEnd)
     while (grabber->QueueBuffer(1, 0) != Result::BadArgument)
         std::this_thread::yield();
     EXPECT_EQ(grabber->DeregisterBuffer(2, nullptr), Result::BadState) << "another one: at once";
-    processing->Release();
+    release.set_value();
     deregisterer.join();
     EXPECT_EQ(grabber.Retrieve().handle, 1u);
 }
@@ -122,7 +87,7 @@ TEST_F(CopyInProgress, FinishWaitsForItsEnd)
     });
     node.WaitForLog("STREAMOFF", 1);
     EXPECT_EQ(grabber->prepareCapturing(), Result::BadState);
-    processing->Release();
+    release.set_value();
     finisher.join();
     EXPECT_EQ(grabber.Retrieve().handle, 1u);
     EXPECT_EQ(grabber.Retrieve().error, Result::Unfilled);

@@ -52,9 +52,7 @@ TEST(StreamGrabber, CallsTheNodeInOrder)
 {
     FakeCaptureNode node;
     TestGrabber grabber(node);
-    ASSERT_EQ(grabber->Open(), Result::Success);
-    ASSERT_EQ(grabber->prepareCapturing(), Result::Success);
-    ASSERT_EQ(grabber->startCapturing(), Result::Success);
+    grabber.Start();
     ASSERT_EQ(grabber->finishCapturing(), Result::Success);
     grabber->Close();
     EXPECT_THAT(
@@ -99,9 +97,7 @@ TEST(StreamGrabber, OpenOfARunningGrabberEndsWhatRuns)
 {
     FakeCaptureNode node;
     TestGrabber grabber(node);
-    grabber->Open();
-    grabber->prepareCapturing();
-    grabber->startCapturing();
+    grabber.Start();
     EXPECT_EQ(grabber->Open(), Result::Success);
     EXPECT_FALSE(grabber->IsPrepared());
     EXPECT_EQ(node.openDescriptors, 1);
@@ -195,10 +191,7 @@ TEST(StreamGrabber, DamagedAndMissingFramesAreTold)
 {
     FakeCaptureNode node;
     TestGrabber grabber(node);
-    grabber->Open();
-    grabber.Queue(3);
-    grabber->prepareCapturing();
-    grabber->startCapturing();
+    grabber.Start(3);
     for (const Frame& frame : {Frame{5}, Frame{6, true}, Frame{9}, Frame{10}})
         node.PushFrame(frame);
     // The fourth finds no buffer; all four come back to the node.
@@ -273,36 +266,20 @@ TEST(StreamGrabber, BufferSmallerThanThePayloadIsNotWrittenTo)
     EXPECT_EQ(grabber->GetPreparedPayloadSize(), 0u);
 }
 
-/// Takes note of the sizes that it is given.
-class SizeNotingProcessing final : public IImageProcessing
-{
-public:
-    std::vector<std::size_t> sizes;
-
-private:
-    void Prepare(const ImageProperties&, const ImageProperties&) override {}
-    bool Process(const void*, void*, std::size_t size) override
-    {
-        sizes.push_back(size);
-        return true;
-    }
-};
-
 TEST(StreamGrabber, BytesUsedAreBoundedByTheMapping)
 {
     FakeCaptureNode node;
-    const auto processing = std::make_shared<SizeNotingProcessing>();
+    const auto processing = std::make_shared<test::GivenProcessing>();
+    std::vector<std::size_t> sizes;
+    processing->onProcess = [&](const void*, void*, std::size_t size) { sizes.push_back(size); };
     TestGrabber grabber(node, processing);
-    grabber->Open();
-    grabber.Queue(2);
-    grabber->prepareCapturing();
-    grabber->startCapturing();
+    grabber.Start(2);
     testing::internal::CaptureStderr();
     node.PushFrame({1, false, 0x7FFFFFFF});
     node.PushFrame({2, false, 100});
     grabber.bell.WaitFor(2);
     grabber->finishCapturing();
-    EXPECT_THAT(processing->sizes, testing::ElementsAre(kPayload, 100));
+    EXPECT_THAT(sizes, testing::ElementsAre(kPayload, 100));
     const std::string trace = testing::internal::GetCapturedStderr();
     EXPECT_THAT(trace,
                 testing::HasSubstr("Got unexpected buffer size 2147483647. Expected: 256 bytes\n"));
@@ -327,21 +304,13 @@ TEST(StreamGrabber, UnknownKernelBufferEndsTheThreadOnly)
                                    "Working with 4 buffers only. Bailing out\n"));
 }
 
-/// Fails on the capture thread.
-class ThrowingProcessing : public IImageProcessing
-{
-    void Prepare(const ImageProperties&, const ImageProperties&) override {}
-    bool Process(const void*, void*, std::size_t) override { throw std::logic_error("broken"); }
-};
-
 TEST(StreamGrabber, ExceptionOnTheCaptureThreadReturnsItsBuffer)
 {
     FakeCaptureNode node;
-    TestGrabber grabber(node, std::make_shared<ThrowingProcessing>());
-    grabber->Open();
-    grabber.Queue(2);
-    grabber->prepareCapturing();
-    grabber->startCapturing();
+    const auto processing = std::make_shared<test::GivenProcessing>();
+    processing->onProcess = [](auto&&...) { throw std::logic_error("broken"); };
+    TestGrabber grabber(node, processing);
+    grabber.Start(2);
     node.PushFrame({1});
     grabber.bell.WaitFor(1);
     EXPECT_EQ(grabber.Retrieve().error, Result::Unfilled);
@@ -363,9 +332,7 @@ TEST(StreamGrabber, HooksStandAroundTheStreamCalls)
     };
     grabber->SetStreamHooks(
         {note("before on"), note("after on"), note("before off"), note("after off")});
-    grabber->Open();
-    grabber->prepareCapturing();
-    grabber->startCapturing();
+    grabber.Start();
     grabber->finishCapturing();
     EXPECT_THAT(
         seen, testing::ElementsAre("before on 00", "after on 10", "before off 10", "after off 11"));
@@ -377,9 +344,7 @@ std::string StopByEvenFrameRule(TestGrabber& grabber, std::uint32_t lastSequence
 {
     grabber->SetEvenFrameRule(true);
     grabber->SetStopDelay(std::chrono::milliseconds(0));
-    grabber->Open();
-    grabber->prepareCapturing();
-    grabber->startCapturing();
+    grabber.Start();
     grabber.node.PushFrame({1});
     grabber.node.PushFrame({lastSequence});
     // Dropped and skipped ones, told together with the number of frames.
