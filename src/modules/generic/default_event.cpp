@@ -144,10 +144,13 @@ GC_ERROR CDefaultEvent::Kill()
 
 void CDefaultEvent::Close()
 {
-    if (readerMutex_.try_lock())
+    const bool isInUse = !readerMutex_.try_lock();
+    if (!isInUse)
         readerMutex_.unlock();
-    else
-        ExpelReader();
+    // In any case: a thread that comes from here on may take the pipes before they go.
+    AbortReaders();
+    if (isInUse)
+        WaitForReader();
     {
         const std::lock_guard<std::mutex> lock(killMutex_);
         pipes_.reset();
@@ -157,20 +160,22 @@ void CDefaultEvent::Close()
     HandleRegistry::Instance()->Remove(handle_.exchange(0));
 }
 
+void CDefaultEvent::AbortReaders()
+{
+    const std::lock_guard<std::mutex> lock(killMutex_);
+    if (pipes_ && !pipes_->empty()) {
+        kills_ = kCloseKills;
+        pipes_->front()->Signal();
+    }
+}
+
 // A thread that has left the poll may want a lock that the caller holds, so that this waits for
 // the poll alone.
-void CDefaultEvent::ExpelReader()
+void CDefaultEvent::WaitForReader()
 {
     constexpr auto kStep = std::chrono::milliseconds(1);
     constexpr auto kLongestWait = std::chrono::seconds(1);
 
-    {
-        const std::lock_guard<std::mutex> lock(killMutex_);
-        if (pipes_ && !pipes_->empty()) {
-            kills_ = kCloseKills;
-            pipes_->front()->Signal();
-        }
-    }
     GENTL_TRACE(kTraceEvents, 1, "Event object in use by a thread is being deleted.");
     const Clock::time_point deadline = Clock::now() + kLongestWait;
     while (isPolling_ && Clock::now() < deadline)

@@ -55,7 +55,8 @@ private:
     std::shared_ptr<const PipeSet> Pipes() const;
     Wake Wait(const PipeSet& pipes, std::uint64_t iTimeout);
     GC_ERROR TakeKill(const PipeSet& pipes);
-    void ExpelReader();
+    void AbortReaders();
+    void WaitForReader();
 
     // The reader lock goes before the kill lock.
     boost::timed_mutex readerMutex_;       ///< held by the thread inside GetData

@@ -1,5 +1,7 @@
+#include <array>
 #include <cstring>
 #include <thread>
+#include <vector>
 
 #include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
@@ -102,23 +104,33 @@ TEST_F(DeviceEvent, FlushForgetsRecordsAndTheirWakeUp)
     EXPECT_EQ(numberOf(EVENT_NUM_IN_QUEUE), 0u);
 }
 
-// A waiting thread, a second one in the queue behind it, and a close: both come back.
+// A waiting thread, a second one in the queue behind it, and a close: both come back, also the
+// one that begins to wait in the middle of the close.
 TEST_F(DeviceEvent, ClosingSendsWaitingThreadsHome)
 {
-    GC_ERROR first = GC_ERR_SUCCESS;
-    GC_ERROR second = GC_ERR_SUCCESS;
-    const auto wait = [this](GC_ERROR& result) {
-        std::uint32_t record[4];
-        std::size_t size = sizeof record;
-        result = event_->GetData(record, &size, GENTL_INFINITE);
-    };
-    std::thread firstThread(wait, std::ref(first));
-    std::thread secondThread(wait, std::ref(second));
+    for (int round = 0; round < 500; ++round) {
+        const auto event = boost::make_shared<CNodemapDeliveredEvent>(4);
+        ASSERT_EQ(event->OpenEvent(), GC_ERR_SUCCESS);
+        std::array<GC_ERROR, 3> results{};
+        std::vector<std::thread> threads;
+        for (GC_ERROR& result : results) {
+            threads.emplace_back([&] {
+                std::uint32_t record[4];
+                std::size_t size = sizeof record;
+                result = event->GetData(record, &size, GENTL_INFINITE);
+            });
+        }
+        event->Close();
+        for (std::thread& thread : threads)
+            thread.join();
+        for (const GC_ERROR result : results)
+            EXPECT_TRUE(result == GC_ERR_ABORT || result == GC_ERR_NOT_INITIALIZED) << result;
+    }
+}
+
+TEST_F(DeviceEvent, ClosedItRefusesEverything)
+{
     event_->Close();
-    firstThread.join();
-    secondThread.join();
-    for (const GC_ERROR result : {first, second})
-        EXPECT_TRUE(result == GC_ERR_ABORT || result == GC_ERR_NOT_INITIALIZED) << result;
     EXPECT_EQ(take(), GC_ERR_NOT_INITIALIZED);
     EXPECT_EQ(event_->Kill(), GC_ERR_NOT_INITIALIZED);
 }
