@@ -92,30 +92,6 @@ std::string ReadAll(Board& board, const std::string& path)
     return {text, static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
 }
 
-TEST(Files, TellTheBoard)
-{
-    struct {
-        const char* options;
-        const char* path;
-        std::string content;
-    } cases[] = {
-        {"board=imx8mm", "/sys/devices/soc0/soc_id", "i.MX8MM\n"},
-        {"board=imx8mq", "/sys/devices/soc0/soc_id", "i.MX8MQ\n"},
-        {"board=nvidia", "/sys/module/tegra_fuse/parameters/tegra_chip_id", "25\n"},
-        {"board=nvidia-tx2", "/sys/module/tegra_fuse/parameters/tegra_chip_id", "24\n"},
-        {"board=imx8mm", "/sys/dev/char/81:0/uevent", "MAJOR=81\nMINOR=0\nDEVNAME=video0\n"},
-        {"board=imx8mp;csi-id=5",
-         "/proc/device-tree/soc@0/bus@30800000/i2c@30a30000/tolmen_camera@36/csi_id",
-         std::string("\0\0\0\5", 4)},
-    };
-    for (const auto& c : cases) {
-        TestBoard board(c.options);
-        EXPECT_EQ(ReadAll(*board.operator->(), c.path), c.content);
-    }
-    TestBoard board("board=imx8mm");
-    EXPECT_EQ(board->Open("/sys/devices/soc0/soc_id", O_RDWR), -EACCES);
-}
-
 TEST(Cameras, HaveSerialNumbersAndNodesOfTheirOwn)
 {
     TestBoard board("board=imx8mm;cameras=3;serial=X:A0099");

@@ -258,27 +258,6 @@ std::optional<std::uint32_t> CounterOf(const std::uint8_t* memory, FrameLayout l
     return top == bottom ? top : std::nullopt;
 }
 
-TEST_P(CaptureNodeTest, FrameWithoutBufferIsAGap)
-{
-    ASSERT_EQ(program.Start(2), 0);
-    const std::uint8_t* memory[] = {program.Map(0), program.Map(1)};
-    for (int i = 0; i < 5; ++i)
-        EXPECT_TRUE(board.Node().FrameTime());
-    struct {
-        std::uint32_t sequence;
-        std::uint32_t counter;
-    } expected[] = {{0, 1}, {1, 2}, {5, 6}};
-    for (const auto& frame : expected) {
-        ASSERT_EQ(program.Dequeue(), 0);
-        const unsigned index = program.buffer.index;
-        EXPECT_EQ(program.buffer.sequence, frame.sequence);
-        EXPECT_EQ(CounterOf(memory[index], FrameLayout::Uyvy), frame.counter);
-        EXPECT_EQ(program.Queue(index), 0);
-        if (frame.sequence == 1)
-            board.Node().FrameTime();
-    }
-}
-
 TEST(CaptureFormats, NodeAndIspHaveToAgree)
 {
     struct {
@@ -353,31 +332,6 @@ TEST(CaptureControls, LowLatencyModeIsFoundByTheWalk)
 }
 
 // With the frame thread, and with calls that wait.
-
-TEST(Streaming, AsTakenMissesNothing)
-{
-    TestBoard board("board=imx8mm;fps=0", Pace::AsTaken);
-    Program program(*board.operator->(), kVideo, O_RDWR);
-    ASSERT_EQ(program.Start(), 0);
-    const std::uint8_t* memory[4];
-    for (unsigned i = 0; i < 4; ++i)
-        memory[i] = program.Map(i);
-    board.Boot(kWidth, kHeight); // frames begin while the program waits
-    std::uint32_t first = 0;
-    for (std::uint32_t i = 0; i < 200; ++i) {
-        ASSERT_EQ(program.Dequeue(), 0);
-        const unsigned index = program.buffer.index;
-        EXPECT_EQ(program.buffer.sequence, i);
-        const auto counter = CounterOf(memory[index], FrameLayout::Uyvy);
-        if ((program.buffer.flags & V4L2_BUF_FLAG_ERROR) == 0) {
-            ASSERT_TRUE(counter);
-            first = first == 0 ? *counter - i : first;
-            EXPECT_EQ(*counter, first + i);
-        }
-        ASSERT_EQ(program.Queue(index), 0);
-    }
-    EXPECT_NE(first, 0u);
-}
 
 TEST(Streaming, WaitingDequeueEndsWithTheStream)
 {

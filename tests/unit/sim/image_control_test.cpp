@@ -12,44 +12,6 @@ namespace
 
 using namespace isp;
 
-TEST(ImageControls, ChangeThePictureAndGiveItBack)
-{
-    using Measure = double (Picture::*)() const;
-    const struct {
-        const char* what;
-        std::uint16_t address;
-        std::uint16_t value;
-        std::uint16_t initial;
-        Measure measure;
-        double least; ///< factors of the plain picture's measure
-        double most;
-    } cases[] = {
-        {"brighter", kBrightness, Fixed(0.5, 12), 0, &Picture::Mean, 1.3, 2.0},
-        {"darker", kBrightness, Fixed(-0.5, 12), 0, &Picture::Mean, 0.2, 0.7},
-        {"steeper", kContrast, Fixed(5, 12), 0, &Picture::Spread, 1.1, 2.0},
-        {"flatter", kContrast, Fixed(-5, 12), 0, &Picture::Spread, 0.3, 0.5},
-        {"colourless", kSaturation, 0, 0x1000, &Picture::Chroma, 0, 0.01},
-        {"half the colour", kSaturation, 0x0800, 0x1000, &Picture::Chroma, 0.48, 0.52},
-        {"more colour", kSaturation, 0x3000, 0x1000, &Picture::Chroma, 1.3, 3.0},
-        {"sharper", kSharpenValue, Fixed(7.99, 12), 0, &Picture::Edges, 1.3, 5.0},
-        {"softer", kSharpenValue, Fixed(-4, 12), 0, &Picture::Edges, 0.3, 0.8},
-        {"linear", kGamma, Fixed(1.0, 12), 0, &Picture::Mean, 0.3, 0.8},
-        {"nearly sRGB", kGamma, Fixed(1 / 2.2, 12), 0, &Picture::Mean, 0.97, 1.03},
-        {"bright gamma", kGamma, Fixed(1 / 3.0, 12), 0, &Picture::Mean, 1.1, 1.5},
-        {"no tone mapping", kAtmControl, 0, 1087, &Picture::Mean, 0.7, 0.95},
-    };
-    ShownCamera camera;
-    const Picture plain = camera.Shoot();
-    for (const auto& c : cases) {
-        camera.Write(c.address, c.value);
-        const double factor = (camera.Shoot().*c.measure)() / (plain.*c.measure)();
-        EXPECT_GE(factor, c.least) << c.what;
-        EXPECT_LE(factor, c.most) << c.what;
-        camera.Write(c.address, c.initial);
-        EXPECT_TRUE(camera.Shoot() == plain) << c.what;
-    }
-}
-
 TEST(ImageControls, HaveTheirFormatsFigures)
 {
     ShownCamera camera;
@@ -79,6 +41,8 @@ TEST(ImageControls, SharpeningKeepsFlatPlacesAndColours)
         EXPECT_EQ(sharp.At(point.x, point.y).y, plain.At(point.x, point.y).y) << point.x;
         EXPECT_EQ(sharp.At(point.x, point.y).cr, plain.At(point.x, point.y).cr) << point.x;
     }
+    camera.Write(kSharpenValue, Fixed(-4, 12));
+    EXPECT_LT(camera.Shoot().Edges(), plain.Edges() * 0.8) << "softer";
 }
 
 /// As a pattern is switched on: everything that would change it out of the way.

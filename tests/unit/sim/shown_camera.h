@@ -40,18 +40,9 @@ public:
     {
         return Average([&](std::size_t i) { return Luma(i); });
     }
-    double Spread() const
-    {
-        const double mean = Mean();
-        return Average([&](std::size_t i) { return std::abs(Luma(i) - mean); });
-    }
     double Edges() const
     {
         return Average([&](std::size_t i) { return i == 0 ? 0 : std::abs(Luma(i) - Luma(i - 1)); });
-    }
-    double Chroma() const
-    {
-        return Average([&](std::size_t i) { return std::abs(bytes_[2 * i] - 128); });
     }
 
     static constexpr FrameLayout kLayout = FrameLayout::Uyvy;

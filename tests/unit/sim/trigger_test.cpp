@@ -173,15 +173,6 @@ TEST(Trigger, AnInvertedLineTriggersWhenItFalls)
     EXPECT_EQ(CountFrames(camera), 1);
 }
 
-TEST(Trigger, APeriodicSignalLeavesTheSensorRunning)
-{
-    BootedCamera camera;
-    camera.Write(kTriggerControl, 0x0082);
-    EXPECT_EQ(CountFrames(camera), 10);
-    WriteSensor(camera, kSensorMode, 0x2058);
-    EXPECT_EQ(CountFrames(camera), 0);
-}
-
 TEST(Trigger, DoesNothingWhileTheStreamIsStalled)
 {
     BootedCamera camera;
