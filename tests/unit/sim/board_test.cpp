@@ -92,6 +92,14 @@ std::string ReadAll(Board& board, const std::string& path)
     return {text, static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
 }
 
+TEST(Files, TellTheReceiverOfTheCamera)
+{
+    TestBoard board("board=imx8mp;csi-id=5");
+    EXPECT_EQ(ReadAll(*board.operator->(), "/proc/device-tree/soc@0/bus@30800000/i2c@30a30000/"
+                                           "tolmen_camera@36/csi_id"),
+              std::string("\0\0\0\5", 4));
+}
+
 TEST(Cameras, HaveSerialNumbersAndNodesOfTheirOwn)
 {
     TestBoard board("board=imx8mm;cameras=3;serial=X:A0099");

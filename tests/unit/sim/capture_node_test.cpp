@@ -258,6 +258,27 @@ std::optional<std::uint32_t> CounterOf(const std::uint8_t* memory, FrameLayout l
     return top == bottom ? top : std::nullopt;
 }
 
+TEST_P(CaptureNodeTest, FrameWithoutBufferIsAGap)
+{
+    ASSERT_EQ(program.Start(2), 0);
+    const std::uint8_t* memory[] = {program.Map(0), program.Map(1)};
+    for (int i = 0; i < 5; ++i)
+        EXPECT_TRUE(board.Node().FrameTime());
+    struct {
+        std::uint32_t sequence;
+        std::uint32_t counter;
+    } expected[] = {{0, 1}, {1, 2}, {5, 6}};
+    for (const auto& frame : expected) {
+        ASSERT_EQ(program.Dequeue(), 0);
+        const unsigned index = program.buffer.index;
+        EXPECT_EQ(program.buffer.sequence, frame.sequence);
+        EXPECT_EQ(CounterOf(memory[index], FrameLayout::Uyvy), frame.counter);
+        EXPECT_EQ(program.Queue(index), 0);
+        if (frame.sequence == 1)
+            board.Node().FrameTime();
+    }
+}
+
 TEST(CaptureFormats, NodeAndIspHaveToAgree)
 {
     struct {
