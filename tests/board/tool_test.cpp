@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 
 #include <gmock/gmock.h>
 
@@ -50,6 +51,11 @@ protected:
     static Outcome run(const Words& words)
     {
         return Process(words, {{"GENICAM_GENTL64_PATH", producerFolder()}}).Wait();
+    }
+    static std::string content(const fs::path& path)
+    {
+        std::ifstream file(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     }
     std::size_t numberOfPictures() const
     {
@@ -123,6 +129,16 @@ TEST_F(ToolTest, SaysWhatItWasAskedWrongly)
         {{"grab", "--set", "Width=97"}, 1, "no step of 8 from 96"},
         {{"grab", "--size", "2600x1944"}, 1, "2600 is above the maximum of 2592"},
         {{"grab", "--format", "YUV422_8"}, 1, "isn't available; available are "},
+        {{"get"}, 2, "NAME"},
+        {{"set", "Width"}, 2, "NAME=VALUE"},
+        {{"xml", "camara"}, 2, "camara"},
+        {{"get", "DeviceReset"}, 1, "DeviceReset is write-only"},
+        {{"set", "SensorWidth=1"}, 1, "SensorWidth is read-only"},
+        {{"set", "Gamma=1"}, 1, "Gamma is locked"},
+        {{"exec", "Width"}, 1, "Width isn't a command"},
+        {{"features", "nosuch"}, 1, "no feature matches nosuch"},
+        {{"load", "/nowhere/a.txt"}, 1, "can't read /nowhere/a.txt"},
+        {{"save", "/nowhere/a.txt"}, 1, "can't write /nowhere/a.txt"},
         {{"grab", "-o", "/dev/null/x"}, 1, "can't make the folder /dev/null/x"},
     };
     for (const auto& row : rows) {
@@ -205,10 +221,115 @@ TEST_F(ToolTest, ChoosesACamera)
 {
     for (const char* camera : {"1", "SIM0002", "Vant zvK1800-45tqr (SIM0002)"}) {
         const Outcome outcome =
-            run(onBoard({"grab", "-n", "1", "-o", folder, "--device", camera, "--size", "640x480"},
-                        {"--cameras", "2"}));
+            run(onBoard({"get", "DeviceSerialNumber", "--device", camera}, {"--cameras", "2"}));
         EXPECT_EQ(outcome.code, 0) << outcome.err;
+        EXPECT_EQ(outcome.out, "SIM0002\n");
     }
+}
+
+TEST_F(ToolTest, ShowsFeaturesWithTheirStates)
+{
+    const Outcome outcome = run(onBoard({"features"}));
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, StartsWith("ImageFormatControl\n"));
+    for (const char* line :
+         {"\n  SensorWidth +ro +2592\n", "\n  Width +rw +2592 +\\[96 .. 2592 step 8\\]\n",
+          "\n  AcquisitionStart +exec\n", "\n  ExposureTime +rw +10000 us +\\[43 .. 1400000",
+          "\n  Gamma +rw +1 +\\[0.13 .. 3\\] +\\(locked\\)\n"})
+        EXPECT_THAT(outcome.out, testing::ContainsRegex(line));
+    EXPECT_THAT(outcome.out, Not(HasSubstr("TLParamsLocked")));
+
+    const Outcome some = run(onBoard({"features", "-a", "tlparams*"}));
+    EXPECT_THAT(some.out, AllOf(StartsWith("TransportLayerControl\n  TLParamsLocked "),
+                                Not(HasSubstr("Width"))));
+}
+
+TEST_F(ToolTest, PrintsTheDescriptionOfEveryModule)
+{
+    const struct {
+        const char* module;
+        const char* sign;
+    } rows[] = {{"camera", "\"AcquisitionStart\""},
+                {"device", "\"StreamSelector\""},
+                {"stream", "\"StreamLostFrameCount\""},
+                {"interface", "\"DeviceUpdateList\""},
+                {"system", "\"InterfaceUpdateList\""}};
+    for (const auto& row : rows) {
+        const Outcome outcome = run(onBoard({"xml", row.module}));
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
+        EXPECT_THAT(outcome.out, AllOf(StartsWith("<?xml"), HasSubstr(row.sign),
+                                       testing::EndsWith("</RegisterDescription>\n")));
+    }
+}
+
+/// A shell on a board, with its input.
+Outcome shell(const std::string& input)
+{
+    const Words words{ZEVO_BOARD_PROGRAM, "--board", "imx8mm", "--fps",      "0", "--",
+                      ZEVO_TOOL,          "shell",   "--cti",  ZEVO_PRODUCER};
+    return Process(words, {}, input).Wait();
+}
+
+TEST_F(ToolTest, ShellKeepsSettingsAndGoesOn)
+{
+    const Outcome outcome = shell("set Width=640 'Height=480' # small\n\n"
+                                  "get Width Height\nset Height=1\nnonsense\nset 'Width\n"
+                                  "get Height\ngrab -n 2\nquit\nget Width\n");
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_THAT(outcome.out, AllOf(StartsWith("640\n480\n480\nframes       2\n"),
+                                   HasSubstr("640x480"), testing::EndsWith("time stamp\n")));
+    EXPECT_THAT(outcome.err, AllOf(HasSubstr("zevo: Height: 1 is below the minimum of 104\n"),
+                                   HasSubstr("zevo: there is no command nonsense\n"),
+                                   HasSubstr("zevo: the closing quotation mark is missing\n")));
+}
+
+TEST_F(ToolTest, StoredSettingsComeBack)
+{
+    const std::string first = folder / "first.txt";
+    const std::string second = folder / "second.txt";
+    const std::string defaults = folder / "defaults.txt";
+    const Outcome outcome = shell(
+        "save " + defaults +
+        "\n"
+        "set BalanceWhiteAuto=Off TlmLightSourcePreset=Off ExposureAuto=Off GainAuto=Off\n"
+        "set TlmScalingFactor=0.57 Width=1000 Height=800 OffsetX=14 PixelFormat=YUV422_8_UYVY\n"
+        "set TlmColorSpace=Off Gamma=0.29 Gain=9.208089461659522 ExposureTime=777\n"
+        "set TlmContrast=-0.29 TlmBrightness=0.58 TlmSharpnessEnhancement=0.65\n"
+        "set TlmSaturation=1.14 AcquisitionFrameRateEnable=true AcquisitionFrameRate=17.3\n"
+        "set BalanceRatioSelector=Green BalanceRatio=2.5 BalanceRatioSelector=Red\n"
+        "set TestPattern=Testimage3 AutoFunctionProfile=AntiFlicker60Hz TriggerMode=On\n"
+        "save " +
+        first + "\nload " + defaults +
+        "\nget Width Gain TriggerMode\n"
+        "load " +
+        first + "\nsave " + second + "\n");
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_THAT(outcome.err, IsEmpty());
+    EXPECT_EQ(outcome.out, "2592\n0\nOff\n");
+    EXPECT_THAT(content(first),
+                AllOf(HasSubstr("\nGamma = 0.29\n"), HasSubstr("\nWidth = 1000\n"),
+                      HasSubstr("BalanceRatioSelector = Green\nBalanceRatio = 2.5")));
+    EXPECT_EQ(content(second), content(first));
+    EXPECT_NE(content(defaults), content(first));
+
+    const Outcome grabbed = run(onBoard({"grab", "-n", "1", "--load", first, "--set",
+                                         "TriggerMode=Off", "--set", "TestPattern=Off"}));
+    EXPECT_EQ(grabbed.code, 0) << grabbed.err;
+    EXPECT_THAT(grabbed.out, HasSubstr("1000x800"));
+}
+
+TEST_F(ToolTest, StoredSettingsAreCheckedByLine)
+{
+    const fs::path file = folder / "a.txt";
+    std::ofstream(file) << "# by hand\nWidth = 97\n";
+    const Outcome changed = run(onBoard({"load", file}));
+    EXPECT_EQ(changed.code, 0);
+    EXPECT_EQ(changed.err, "zevo: Width: the camera has made 96 of 97\n");
+    std::ofstream(file) << "# by hand\nWidht = 96\n";
+    const Outcome failed = run(onBoard({"load", file}));
+    EXPECT_EQ(failed.code, 1);
+    EXPECT_EQ(failed.err,
+              "zevo: " + file.string() + ":2: there is no feature Widht; did you mean Width?\n");
 }
 
 /// Until a file turns up in a folder.

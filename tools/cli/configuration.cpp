@@ -1,5 +1,7 @@
 #include "cli/configuration.h"
 
+#include <algorithm>
+#include <iterator>
 #include <map>
 
 #include "failure.h"
@@ -7,6 +9,24 @@
 
 namespace zevo_tool
 {
+
+namespace
+{
+
+struct OptionRow {
+    const char* name;
+    const char* type;
+    const char* help;
+};
+
+constexpr OptionRow kOptions[] = {
+    {"--load", "FILE", "Settings as zevo save has written them"},
+    {"--format", "FORMAT", "Pixel format, as PixelFormat names it"},
+    {"--size", "WIDTHxHEIGHT", "Width and height of the images in pixels"},
+    {"--set", "NAME=VALUE", "Gives a feature a value; may be repeated"},
+};
+
+} // namespace
 
 Setting ParseSetting(const std::string& text)
 {
@@ -29,40 +49,48 @@ std::vector<Setting> ParseSize(const std::string& text)
 void Configuration::AddOptions(CLI::App& command)
 {
     command_ = &command;
-    command.add_option("--format", "Pixel format, as PixelFormat names it")
-        ->type_name("FORMAT")
-        ->take_all();
-    command.add_option("--size", "Width and height of the images in pixels")
-        ->type_name("WIDTHxHEIGHT")
-        ->take_all();
-    command.add_option("--set", "Gives a feature a value; may be repeated")
-        ->type_name("NAME=VALUE")
-        ->take_all();
+    for (const OptionRow& row : kOptions)
+        command.add_option(row.name, row.help)
+            ->type_name(row.type)
+            ->take_all()
+            ->allow_extra_args(false);
 }
 
 void Configuration::Check()
 {
-    settings_.clear();
+    steps_.clear();
     std::map<const CLI::Option*, std::size_t> taken;
     for (const CLI::Option* option : command_->parse_order()) {
         const std::string name = option->get_name();
-        if (name != "--format" && name != "--size" && name != "--set")
+        const auto known = std::find_if(std::begin(kOptions), std::end(kOptions),
+                                        [&](const OptionRow& row) { return name == row.name; });
+        if (known == std::end(kOptions))
             continue;
         const std::string text = option->results().at(taken[option]++);
+        if (name == "--load")
+            steps_.push_back({{}, text, ReadSettings(text)});
         if (name == "--format")
-            settings_.emplace_back("PixelFormat", text);
-        else if (name == "--set")
-            settings_.push_back(ParseSetting(text));
-        else
+            steps_.push_back({{"PixelFormat", text}, {}, {}});
+        if (name == "--set")
+            steps_.push_back({ParseSetting(text), {}, {}});
+        if (name == "--size")
             for (const Setting& setting : ParseSize(text))
-                settings_.push_back(setting);
+                steps_.push_back({setting, {}, {}});
     }
 }
 
-void Configuration::Apply(const FeatureMap& features) const
+std::vector<std::string> Configuration::Apply(const FeatureMap& features) const
 {
-    for (const auto& [name, value] : settings_)
-        features.Find(name).Set(value);
+    std::vector<std::string> changes;
+    for (const Step& step : steps_) {
+        if (step.file.empty()) {
+            features.Find(step.setting.first).Set(step.setting.second);
+            continue;
+        }
+        for (std::string& change : ApplySettings(features, step.stored, step.file))
+            changes.push_back(std::move(change));
+    }
+    return changes;
 }
 
 } // namespace zevo_tool

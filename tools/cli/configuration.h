@@ -7,7 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "genapi/feature_map.h"
+#include "genapi/feature_streaming.h"
 
 namespace zevo_tool
 {
@@ -20,20 +20,28 @@ Setting ParseSetting(const std::string& text);
 /// "WIDTHxHEIGHT" as settings of Width and Height. UsageError.
 std::vector<Setting> ParseSize(const std::string& text);
 
-/// The options --format, --size and --set, made in the order in which they are given: limits of
-/// one feature often depend on another.
+/// The options --load, --format, --size and --set, made in the order in which they are given:
+/// limits of one feature often depend on another.
 class Configuration final
 {
 public:
     void AddOptions(CLI::App& command);
-    /// Looks at the options' texts without a camera. UsageError.
+    /// A setting, or a file of them.
+    struct Step {
+        Setting setting;
+        std::string file; ///< empty for a single setting
+        std::vector<StoredSetting> stored;
+    };
+
+    /// Looks at the options' texts and files without a camera. UsageError, Failure.
     void Check();
-    const std::vector<Setting>& Settings() const { return settings_; }
-    void Apply(const FeatureMap& features) const;
+    const std::vector<Step>& Steps() const { return steps_; }
+    /// Gives a sentence for each value of a file that the camera has changed.
+    std::vector<std::string> Apply(const FeatureMap& features) const;
 
 private:
     CLI::App* command_ = nullptr;
-    std::vector<Setting> settings_;
+    std::vector<Step> steps_;
 };
 
 } // namespace zevo_tool

@@ -133,7 +133,8 @@ int GrabCommand::Run(Camera& camera)
     std::optional<PictureWriter> writer;
     if (!folder_.empty())
         writer.emplace(folder_);
-    configuration_.Apply(camera.Features());
+    for (const std::string& change : configuration_.Apply(camera.Features()))
+        Say(change);
     if (writer)
         CheckFormat(camera.Features());
 

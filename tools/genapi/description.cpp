@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
-#include <fstream>
-#include <iterator>
 #include <memory>
 
 #include <arv.h>
+
+#include "file_content.h"
 
 namespace zevo_tool
 {
@@ -61,14 +61,6 @@ std::string DecodePercent(const std::string& text)
         }
     }
     return decoded;
-}
-
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    if (!file)
-        throw Failure("the description can't be read: " + path);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
 std::string Fetch(GenTLPort& port, const DescriptionUrl& url)

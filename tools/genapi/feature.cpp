@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "failure.h"
+#include "genapi/converter.h"
 #include "genapi/nearest_name.h"
 #include "genapi/value_text.h"
 
@@ -272,6 +273,23 @@ std::vector<std::string> Feature::Entries() const
     return entries;
 }
 
+std::vector<std::string> Feature::Steps(std::int64_t most) const
+{
+    const std::string name = Name();
+    if (Kind() != FeatureKind::Integer)
+        return {Value()};
+    const std::int64_t min = Call(name, arv_gc_integer_get_min, ARV_GC_INTEGER(node_));
+    const std::int64_t max = Call(name, arv_gc_integer_get_max, ARV_GC_INTEGER(node_));
+    const std::int64_t step =
+        std::max<std::int64_t>(Call(name, arv_gc_integer_get_inc, ARV_GC_INTEGER(node_)), 1);
+    if (!IsLimit(min) || !IsLimit(max) || (max - min) / step >= most)
+        return {Value()};
+    std::vector<std::string> steps;
+    for (std::int64_t value = min; value <= max; value += step)
+        steps.push_back(IntegerText(value));
+    return steps;
+}
+
 /// In the order of the description, which the library's own list doesn't keep.
 std::vector<Feature> Feature::EntryNodes() const
 {
@@ -281,6 +299,14 @@ std::vector<Feature> Feature::EntryNodes() const
         if (ARV_IS_GC_ENUM_ENTRY(child))
             entries.emplace_back(ARV_GC_FEATURE_NODE(child));
     return entries;
+}
+
+void Feature::CheckReadable() const
+{
+    if (!IsAvailable())
+        throw Failure(Name() + " isn't available in the camera's present state");
+    if (!IsReadable())
+        throw Failure(Name() + " is write-only");
 }
 
 void Feature::CheckWritable() const
@@ -364,7 +390,8 @@ void Feature::SetFloat(const std::string& text, Checking checking) const
             throw Failure(name + ": " + text + " is above the maximum of " +
                           WithUnit(FormatFloat(max)));
     }
-    Call(name, arv_gc_float_set_value, node, *value);
+    if (!Call(name, SetNearestInteger, node_, *value))
+        Call(name, arv_gc_float_set_value, node, *value);
 }
 
 void Feature::SetBoolean(const std::string& text) const
@@ -378,18 +405,28 @@ void Feature::SetBoolean(const std::string& text) const
 void Feature::SetEnumeration(const std::string& text, Checking checking) const
 {
     const std::string name = Name();
-    ArvGcEnumeration* node = ARV_GC_ENUMERATION(node_);
-    std::vector<std::string> all;
-    for (const Feature& entry : EntryNodes())
-        all.push_back(entry.Name());
-    const std::vector<std::string> available = checking == Checking::Everything ? Entries() : all;
-    if (std::find(all.begin(), all.end(), text) == all.end())
+    const std::vector<Feature> entries = EntryNodes();
+    std::vector<std::string> available;
+    const Feature* wanted = nullptr;
+    for (const Feature& entry : entries) {
+        if (entry.Name() == text)
+            wanted = &entry;
+        if (checking == Checking::SyntaxOnly || entry.IsAvailable())
+            available.push_back(entry.Name());
+    }
+    if (wanted == nullptr)
         throw Failure(name + " has no entry \"" + text + "\"" + Suggestion(text, available) + " (" +
                       Join(available) + ")");
     if (std::find(available.begin(), available.end(), text) == available.end())
         throw Failure(name + ": entry \"" + text + "\" isn't available; available are " +
                       Join(available));
-    Call(name, arv_gc_enumeration_set_string_value, node, text.c_str());
+    // The library refuses entries that aren't available, which stored settings may be by now.
+    ArvGcNode* target = ValueTarget(node_);
+    if (checking == Checking::SyntaxOnly && ARV_IS_GC_INTEGER(target))
+        Call(name, arv_gc_integer_set_value, ARV_GC_INTEGER(target),
+             Call(name, arv_gc_enum_entry_get_value, ARV_GC_ENUM_ENTRY(wanted->node_)));
+    else
+        Call(name, arv_gc_enumeration_set_string_value, ARV_GC_ENUMERATION(node_), text.c_str());
 }
 
 void Feature::SetString(const std::string& text, Checking checking) const

@@ -50,6 +50,8 @@ public:
     bool IsReadable() const;
     bool IsWritable() const;
 
+    /// Failure with the reason when there is no value to be read now.
+    void CheckReadable() const;
     /// Numbers without their unit, enumerations by entry.
     std::string Value(Digits digits = Digits::Readable) const;
     /// Limits and step of a number, "96 .. 2592 step 8", or the entries to choose from,
@@ -57,6 +59,9 @@ public:
     std::string Choice() const;
     /// Entries that can be chosen now.
     std::vector<std::string> Entries() const;
+
+    /// The values of an integer, but no more than that many.
+    std::vector<std::string> Steps(std::int64_t most) const;
 
     /// Failure with the reason when the text isn't a value that the feature can take now.
     void Set(const std::string& text, Checking checking = Checking::Everything) const;

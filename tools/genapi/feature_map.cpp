@@ -16,10 +16,10 @@ using Visit = std::function<void(const Feature&, int)>;
 void WalkFrom(const Feature& category, int depth, std::set<std::string>& seen, const Visit& visit)
 {
     for (const Feature& feature : category.Children()) {
-        if (!seen.insert(feature.Name()).second)
-            continue;
+        const bool isNew = seen.insert(feature.Name()).second;
         visit(feature, depth);
-        WalkFrom(feature, depth + 1, seen, visit);
+        if (isNew)
+            WalkFrom(feature, depth + 1, seen, visit);
     }
 }
 
@@ -63,8 +63,9 @@ void FeatureMap::Walk(const Visit& visit) const
 std::vector<std::string> FeatureMap::Names() const
 {
     std::vector<std::string> names;
+    std::set<std::string> seen;
     Walk([&](const Feature& feature, int) {
-        if (feature.Kind() != FeatureKind::Category)
+        if (feature.Kind() != FeatureKind::Category && seen.insert(feature.Name()).second)
             names.push_back(feature.Name());
     });
     return names;

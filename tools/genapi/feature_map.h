@@ -26,9 +26,10 @@ public:
     std::optional<Feature> TryFind(const std::string& name) const;
     /// The topmost category.
     Feature Root() const;
-    /// Every feature below the root once, in the order of the categories; categories included.
+    /// Everything below the root in the order of the categories, these included; what stands in
+    /// several categories comes several times.
     void Walk(const std::function<void(const Feature&, int depth)>& visit) const;
-    /// The names of all features but categories.
+    /// The names of all features but categories, each once.
     std::vector<std::string> Names() const;
 
 private:

@@ -56,10 +56,12 @@ std::vector<Info> Collect(const InfoRow (&rows)[N], const InfoQuery& query)
     return infos;
 }
 
-CameraEntry Describe(const Interface& interface, const std::string& id)
+CameraEntry Describe(const System& system, const Interface& interface, const std::string& id)
 {
     const InfoQuery query = interface.DeviceInfos(id);
-    CameraEntry camera{&interface, id,
+    CameraEntry camera{&system,
+                       &interface,
+                       id,
                        InfoText(query, DEVICE_INFO_SERIAL_NUMBER).value_or(std::string()),
                        InfoText(query, DEVICE_INFO_USER_DEFINED_NAME).value_or(std::string()),
                        Collect(kDeviceInfos, query)};
@@ -133,7 +135,7 @@ void Inventory::AddInterface(SystemEntry& system, const std::string& id)
         interface.module = std::make_unique<Interface>(*system.module, id);
         interface.infos = Collect(kInterfaceInfos, interface.module->Infos());
         for (const std::string& device : interface.module->DeviceIds())
-            interface.cameras.push_back(Describe(*interface.module, device));
+            interface.cameras.push_back(Describe(*system.module, *interface.module, device));
         system.interfaces.push_back(std::move(interface));
     } catch (const Failure& failure) {
         problems_.push_back(system.producer->Path() + ", interface \"" + id +

@@ -16,6 +16,7 @@ struct Info {
 };
 
 struct CameraEntry {
+    const System* system;
     const Interface* interface;
     std::string id;
     std::string serialNumber;

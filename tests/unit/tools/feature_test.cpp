@@ -1,9 +1,6 @@
 #include <gmock/gmock.h>
 
-#include <cstring>
-#include <map>
-
-#include "failure.h"
+#include "fake_port.h"
 #include "genapi/feature_map.h"
 
 namespace zevo_tool
@@ -14,32 +11,6 @@ namespace
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-/// Eight registers of four bytes; address 0x40 refuses everything.
-class FakePort final : public Port
-{
-public:
-    void Read(std::uint64_t address, void* data, std::size_t size) override
-    {
-        Check(address);
-        std::memset(data, 0, size);
-        std::memcpy(data, &words[address], std::min(size, sizeof(std::uint32_t)));
-    }
-    void Write(std::uint64_t address, const void* data, std::size_t size) override
-    {
-        Check(address);
-        std::memcpy(&words[address], data, std::min(size, sizeof(std::uint32_t)));
-    }
-
-    std::map<std::uint64_t, std::uint32_t> words;
-
-private:
-    static void Check(std::uint64_t address)
-    {
-        if (address == 0x40)
-            throw Failure("GCWritePort: GC_ERR_ACCESS_DENIED (-1005): not now");
-    }
-};
-
 constexpr std::uint64_t kWidth = 0x0;
 constexpr std::uint64_t kLocked = 0x4;
 constexpr std::uint64_t kMode = 0x8;
@@ -47,27 +18,17 @@ constexpr std::uint64_t kEnable = 0xC;
 constexpr std::uint64_t kRate = 0x10;
 constexpr std::uint64_t kReset = 0x14;
 constexpr std::uint64_t kAvailable = 0x18;
-
-std::string Register(const std::string& name, const std::string& address,
-                     const std::string& access = "RW")
-{
-    return "<IntReg Name=\"" + name + "\"><Address>" + address +
-           "</Address><Length>4</Length><AccessMode>" + access +
-           "</AccessMode><pPort>Device</pPort><Sign>Unsigned</Sign>"
-           "<Endianess>LittleEndian</Endianess></IntReg>";
-}
+constexpr std::uint64_t kGamma = 0x1C;
 
 std::string Description()
 {
-    return R"(<?xml version="1.0" encoding="utf-8"?>
-<RegisterDescription ModelName="M" VendorName="V" StandardNameSpace="None"
-    SchemaMajorVersion="1" SchemaMinorVersion="1" SchemaSubMinorVersion="0"
-    MajorVersion="1" MinorVersion="0" SubMinorVersion="0"
-    ProductGuid="0" VersionGuid="0" xmlns="http://www.genicam.org/GenApi/Version_1_1">
+    return DescriptionOf(
+        R"(
 <Category Name="Root"><pFeature>Control</pFeature></Category>
 <Category Name="Control"><pFeature>Width</pFeature><pFeature>Mode</pFeature>
     <pFeature>Enable</pFeature><pFeature>Rate</pFeature><pFeature>Reset</pFeature>
-    <pFeature>Broken</pFeature><pFeature>Fixed</pFeature></Category>
+    <pFeature>Broken</pFeature><pFeature>Fixed</pFeature>
+    <pFeature>Gamma</pFeature></Category>
 <Integer Name="Width"><pIsLocked>LockedReg</pIsLocked><Streamable>Yes</Streamable>
     <pValue>WidthReg</pValue><Min>96</Min><Max>2592</Max><Inc>8</Inc><Unit>px</Unit></Integer>
 <Enumeration Name="Mode"><pSelected>Width</pSelected>
@@ -80,14 +41,20 @@ std::string Description()
 <Converter Name="Rate"><FormulaTo>FROM * 10</FormulaTo><FormulaFrom>TO / 10</FormulaFrom>
     <pValue>RateNumber</pValue><Unit>Hz</Unit></Converter>
 <Integer Name="RateNumber"><pValue>RateReg</pValue><Min>1</Min><Max>2559</Max></Integer>
+<Float Name="Gamma"><pValue>GammaConverter</pValue></Float>
+<Converter Name="GammaConverter"><Constant Name="HUNDRED">100.0</Constant>
+    <FormulaTo>FROM*HUNDRED</FormulaTo><FormulaFrom>TO/HUNDRED</FormulaFrom>
+    <pValue>GammaRaw</pValue></Converter>
+<Float Name="GammaRaw"><pValue>GammaInteger</pValue></Float>
+<Integer Name="GammaInteger"><pValue>GammaReg</pValue><Min>-300</Min><Max>300</Max></Integer>
 <Command Name="Reset"><pValue>ResetReg</pValue><CommandValue>1</CommandValue></Command>
 <Integer Name="Broken"><pValue>BrokenReg</pValue></Integer>
 <Integer Name="Fixed"><Value>7</Value></Integer>
 )" + Register("WidthReg", "0x0") +
-           Register("LockedReg", "0x4", "RO") + Register("ModeReg", "0x8") +
-           Register("EnableReg", "0xC") + Register("RateReg", "0x10") +
-           Register("ResetReg", "0x14", "WO") + Register("AvailableReg", "0x18", "RO") +
-           Register("BrokenReg", "0x40") + R"(<Port Name="Device"/></RegisterDescription>)";
+        Register("LockedReg", "0x4", "RO") + Register("ModeReg", "0x8") +
+        Register("EnableReg", "0xC") + Register("RateReg", "0x10") +
+        Register("ResetReg", "0x14", "WO") + Register("AvailableReg", "0x18", "RO") +
+        Register("GammaReg", "0x1C", "RW", "Signed") + Register("BrokenReg", "0x40"));
 }
 
 class FeatureTest : public testing::Test
@@ -137,6 +104,18 @@ TEST_F(FeatureTest, ValuesAreReadFreshInTheirOwnUnits)
     EXPECT_EQ(map.Find("Enable").Value(), "false");
 }
 
+TEST_F(FeatureTest, NumbersBecomeTheNearestInteger)
+{
+    // 0.29 * 100 is a little less than 29.
+    for (int number = -300; number <= 300; ++number) {
+        map.Find("Gamma").Set(std::to_string(number / 100.0));
+        ASSERT_EQ(static_cast<std::int32_t>(port.words[kGamma]), number);
+    }
+    map.Find("Gamma").Set("1.126");
+    EXPECT_EQ(port.words[kGamma], 113U);
+    EXPECT_EQ(map.Find("Gamma").Value(), "1.13");
+}
+
 TEST_F(FeatureTest, RefusalsSayWhy)
 {
     const struct {
@@ -173,6 +152,12 @@ TEST_F(FeatureTest, ALockHoldsUntilItIsGone)
     EXPECT_EQ(port.words[kWidth], 97U);
 }
 
+TEST_F(FeatureTest, AnUnavailableEntryCanBeStored)
+{
+    map.Find("Mode").Set("Once", Checking::SyntaxOnly);
+    EXPECT_EQ(port.words[kMode], 1U);
+}
+
 TEST_F(FeatureTest, DescribeThemselves)
 {
     EXPECT_EQ(map.Find("Width").Choice(), "96 .. 2592 step 8");
@@ -188,8 +173,8 @@ TEST_F(FeatureTest, DescribeThemselves)
 
 TEST_F(FeatureTest, AreFoundByNameAlone)
 {
-    EXPECT_THAT(map.Names(),
-                ElementsAre("Width", "Mode", "Enable", "Rate", "Reset", "Broken", "Fixed"));
+    EXPECT_THAT(map.Names(), ElementsAre("Width", "Mode", "Enable", "Rate", "Reset", "Broken",
+                                         "Fixed", "Gamma"));
     try {
         map.Find("Widht");
         FAIL() << "found";
