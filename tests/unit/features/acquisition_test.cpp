@@ -32,8 +32,7 @@ bool IsFormatWritable(Registers& registers)
 
 TEST(Acquisition, CommandsDriveTheModuleByTheState)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     const std::string kStart = "module AcquisitionStart";
     const std::string kStop = "module AcquisitionStop";
     const struct {
@@ -58,8 +57,7 @@ TEST(Acquisition, CommandsDriveTheModuleByTheState)
 
 TEST(Acquisition, CommandsCantBeRead)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     for (const std::uint32_t command : {kStreamingStart, kAcquisitionStart, kAcquisitionStop,
                                         kAcquisitionAbort, kCenterX, kCenterY}) {
         std::uint32_t word = 0;
@@ -74,8 +72,7 @@ TEST(Acquisition, CommandsCantBeRead)
 
 TEST(Acquisition, FailingModuleLeavesStateAndLocks)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     registers.journal.failing = "module Acquisition";
     EXPECT_THROW(registers.write32(kAcquisitionStart, 1), std::runtime_error);
     EXPECT_EQ(FormatLock(registers), 0u);
@@ -94,8 +91,7 @@ TEST(Acquisition, FailingModuleLeavesStateAndLocks)
 
 TEST(Acquisition, OffsetsAndScalingStayWritable)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     registers.write32(kWidth, 1000);
     registers.write32(kAcquisitionStart, 1);
     EXPECT_EQ(registers.write32(kOffsetX, 8), 0);
@@ -105,8 +101,7 @@ TEST(Acquisition, OffsetsAndScalingStayWritable)
 
 TEST(Acquisition, TLParamsLockedLocksTheFormat)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     EXPECT_EQ(registers.write32(kTLParamsLocked, 2), kRejected);
     EXPECT_EQ(registers.write32(kTLParamsLocked, 1), 0);
     EXPECT_EQ(registers.read32(kTLParamsLocked), 1u);
@@ -128,8 +123,7 @@ TEST(Acquisition, TLParamsLockedLocksTheFormat)
 
 TEST(FeatureStreaming, ExchangesTheCommands)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     const auto state = [&registers] {
         return std::vector<std::uint32_t>{
             registers.read32(kStreamingStartAvailable), registers.read32(kStreamingEndAvailable),
@@ -152,38 +146,9 @@ TEST(FeatureStreaming, ExchangesTheCommands)
     EXPECT_EQ(registers.write32(kStreamingStart, 1), kProtected);
 }
 
-TEST(FeatureStreaming, StoresUntilItsEnd)
-{
-    Registers registers;
-    registers.open();
-    registers.write32(kStreamingStart, 1);
-    EXPECT_EQ(registers.write32(kWidth, 97), 0);
-    EXPECT_EQ(registers.write32(kHeight, 0), 0);
-    EXPECT_EQ(registers.write32(kPixelFormat, Pfnc::Mono8), 0);
-    EXPECT_EQ(registers.write32(kScalingFactor, static_cast<std::uint32_t>(-5)), 0);
-    EXPECT_EQ(registers.write32(kOffsetY, 17), 0);
-    EXPECT_EQ(registers.write32(kCenterX, 1), 0);
-    EXPECT_THAT(registers.journal.take(), IsEmpty());
-    EXPECT_EQ(registers.read32(kWidth), 2592u);
-    EXPECT_EQ(registers.read32(kPixelFormat), Pfnc::YUV422_8_UYVY);
-
-    EXPECT_EQ(registers.write32(kStreamingEnd, 1), 0);
-    EXPECT_THAT(registers.journal.take(),
-                testing::IsSupersetOf({"module SetPixelFormat 34603058", "module SetWidth 96",
-                                       "module SetHeight 104", "module SetScalingFactor 1",
-                                       "module SetOffsetX 0", "module SetOffsetY 16",
-                                       "grabber SetPayloadSize 19968"}));
-    EXPECT_EQ(registers.read32(kWidth), 96u);
-    EXPECT_EQ(registers.read32(kHeight), 104u);
-    EXPECT_EQ(registers.read32(kScalingFactor), 100u);
-    EXPECT_EQ(registers.read32(kPixelFormat), Pfnc::YUV422_8);
-    EXPECT_EQ(registers.write32(kWidth, 97), kRejected);
-}
-
 TEST(FeatureStreaming, UnknownFormatEndsAsTheLowestAvailable)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     registers.write32(kStreamingStart, 1);
     EXPECT_EQ(registers.write32(kPixelFormat, 0x12345678), 0);
     EXPECT_EQ(registers.write32(kWidth, 1000), 0);
@@ -194,24 +159,11 @@ TEST(FeatureStreaming, UnknownFormatEndsAsTheLowestAvailable)
 
 TEST(CameraRegisters, ResetGoesToTheModuleWithAnyValue)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     registers.write32(kStreamingStart, 1);
     EXPECT_EQ(registers.write32(kDeviceReset, 0), 0);
     EXPECT_EQ(registers.write32(kDeviceReset, 1), 0);
     EXPECT_THAT(registers.journal.take(), ElementsAre("module DeviceReset", "module DeviceReset"));
-}
-
-TEST(CameraRegisters, ShowTheTextsOfTheRuntime)
-{
-    Registers registers;
-    registers.open();
-    char text[256];
-    ASSERT_EQ(registers.read(0x10000060, text, 236), 0);
-    EXPECT_STREQ(text, "p=isp/s=r/v=1.2/h=abc");
-    ASSERT_EQ(registers.read(0x1000014c, text, 256), 0);
-    EXPECT_STREQ(text, "/dev/video7");
-    EXPECT_EQ(registers.root->write(0x10000060, "x", 1), kProtected);
 }
 
 TEST(CameraRegisters, NeedARuntime)

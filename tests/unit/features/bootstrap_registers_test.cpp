@@ -14,8 +14,7 @@ using testing::ElementsAre;
 
 TEST(BootstrapRegisters, ReadThroughToTheModule)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     const struct {
         std::uint32_t address;
         long size;           ///< on the bus
@@ -43,8 +42,7 @@ TEST(BootstrapRegisters, ReadThroughToTheModule)
 
 TEST(BootstrapRegisters, ShowTheTexts)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     const std::string full(64, 'f');
     const struct {
         std::uint32_t address;
@@ -71,8 +69,7 @@ TEST(BootstrapRegisters, ShowTheTexts)
 
 TEST(BootstrapRegisters, WriteThroughToTheModule)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     MemoryBridge& bridge = *registers.bridge;
     bridge.putText(0x184, "old name");
     EXPECT_EQ(registers.root->write(0x184, "new\0", 4), 0);
@@ -93,8 +90,7 @@ TEST(BootstrapRegisters, WriteThroughToTheModule)
 
 TEST(BootstrapRegisters, RefuseTheRest)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     std::uint8_t bytes[64] = {};
     const struct {
         std::uint32_t address, size;
@@ -121,8 +117,7 @@ TEST(BootstrapRegisters, RefuseTheRest)
 
 TEST(BootstrapRegisters, PassAFailingTransferOn)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     registers.bridge->transfers.clear();
     registers.bridge->failingTransfer = 1;
     std::uint32_t word = 0;

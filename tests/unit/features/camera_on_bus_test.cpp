@@ -2,11 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "../module/simulated_module.h"
+#include "../module/opened_module.h"
 #include "../platform/fake_handler.h"
 #include "base/pfnc.h"
-#include "module/camera_module_ap1302.h"
-#include "module/trigger_feature.h"
 #include "platform/pipeline_agent.h"
 #include "recording_camera.h"
 
@@ -15,22 +13,12 @@ namespace GenTLProducer
 namespace
 {
 
-using Lines = std::vector<std::string>;
-
 class CameraOnBus : public testing::Test, private ICtrlRegisterHandler
 {
 protected:
-    static zevo_sim::CameraOptions Running()
-    {
-        zevo_sim::CameraOptions options;
-        options.isRunning = true;
-        return options;
-    }
     void SetUp() override
     {
         handler_.supported = Pfnc::YUV422_8_UYVY;
-        module_.Initialize();
-        simulated_.takeIspTransfers();
         registers_ = CreateCameraRegisters(&runtime_);
         registers_->run();
     }
@@ -59,24 +47,17 @@ protected:
     }
     void Poll() { registers_->trig_update(); }
     bool IsStreaming() const { return simulated_.camera.IsStreaming(); }
-    std::string Text(std::uint32_t address)
-    {
-        std::string text(64, '\0');
-        EXPECT_EQ(root_->read(address, text.data(), 64), 0);
-        return text.c_str();
-    }
 
-    SimulatedModule simulated_{Running()};
+    Idle simulated_;
 
 private:
     void setRegisterSpace(IRegister* root) override { root_ = root; }
 
-    mcm::CameraModuleAP1302 module_{simulated_.controlDevice(), SimulatedModule::csi(),
-                                    mcm::makeTriggerFeature, simulated_.clock};
     Journal journal_;
     RecordingGrabber grabber_{journal_};
     FakeHandler handler_;
-    RuntimeMCM runtime_{this, &module_, &grabber_, std::make_unique<PipelineAgent>(&handler_)};
+    RuntimeMCM runtime_{this, &simulated_.module, &grabber_,
+                        std::make_unique<PipelineAgent>(&handler_)};
     std::unique_ptr<CameraRegisters> registers_;
     IRegister* root_ = nullptr;
 };
@@ -88,7 +69,6 @@ constexpr std::uint16_t kRoiX0 = 0x2004;
 constexpr std::uint16_t kRoiY0 = 0x2006;
 constexpr std::uint16_t kRoiX1 = 0x2008;
 constexpr std::uint16_t kRoiY1 = 0x200A;
-constexpr std::uint16_t kOutputFormat = 0x2012;
 
 // The whole configuration with the values that a camera has at its opening.
 // clang-format off
@@ -110,17 +90,6 @@ const Lines kDefaults = {
     "1188 00000000", "1186 0004", "1188 00000000", "1186 0004",
 };
 // clang-format on
-
-TEST_F(CameraOnBus, OpensAtFullSize)
-{
-    EXPECT_EQ(Isp(kPreviewWidth), 2592);
-    EXPECT_EQ(Isp(kPreviewHeight), 1944);
-    EXPECT_EQ(Isp(kRoiX0), 0);
-    EXPECT_EQ(Isp(kRoiX1), 16334); // 2592 of 2600 in 1/16384
-    EXPECT_EQ(Isp(kRoiY1), 16317); // 1944 of 1952
-    EXPECT_EQ(Isp(kOutputFormat), 0x50);
-    EXPECT_FALSE(IsStreaming());
-}
 
 TEST_F(CameraOnBus, OpeningWritesInOrder)
 {
@@ -219,14 +188,6 @@ TEST_F(CameraOnBus, CommandsStallAndUnstall)
     Write(kAcquisitionStart, 1);
     Write(kAcquisitionStop, 1);
     EXPECT_FALSE(IsStreaming());
-}
-
-TEST_F(CameraOnBus, BootstrapRegistersShowTheModule)
-{
-    EXPECT_EQ(Text(0x44), "zvK1800-45tqr");
-    const std::string serial = Text(0x144);
-    EXPECT_FALSE(serial.empty());
-    EXPECT_EQ(serial.find(':'), std::string::npos);
 }
 
 } // namespace

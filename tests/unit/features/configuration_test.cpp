@@ -59,8 +59,7 @@ TEST(Configuration, OpeningSendsTheDefaultsInOrder)
 
 TEST(Configuration, StreamingEndSendsItAgain)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     registers.write32(kStreamingStart, 1);
     registers.write32(kStreamingEnd, 1);
     EXPECT_EQ(registers.journal.take(), Lines(kDefaults.begin() + 1, kDefaults.end()));
@@ -97,9 +96,9 @@ TEST(Configuration, StreamingEndSendsWhatWasStoredMadeValid)
         {0x10000a18, 1007, 1000},           // Width
         {0x1000054c, Pfnc::BayerGR8, Pfnc::YUV422_8},
     };
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     registers.write32(kStreamingStart, 1);
+    EXPECT_EQ(registers.write32(kCenterX, 1), 0) << "sends nothing for now";
     for (const auto& write : kWrites) {
         const std::uint32_t before = registers.read32(write.value);
         EXPECT_EQ(registers.write32(write.value, write.stored), 0) << std::hex << write.value;
@@ -109,6 +108,7 @@ TEST(Configuration, StreamingEndSendsWhatWasStoredMadeValid)
     EXPECT_EQ(registers.write32(kStreamingEnd, 1), 0);
     for (const auto& write : kWrites)
         EXPECT_EQ(registers.read32(write.value), write.effective) << std::hex << write.value;
+    EXPECT_EQ(registers.write32(kWidth, 97), kRejected) << "checked again";
     const Lines kSent = {"grabber SetPixelFormat 34603058",
                          "module SetPixelFormat 34603058",
                          "grabber SetWidth 1000",
@@ -149,8 +149,7 @@ TEST(Configuration, StreamingEndSendsWhatWasStoredMadeValid)
 // What the camera may change shows the request at once, and is cut at the end like the rest.
 TEST(Configuration, LiveValuesShowWhatWasStored)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     registers.write32(kStreamingStart, 1);
     const struct {
         std::uint32_t value, stored, effective;
@@ -170,8 +169,7 @@ TEST(Configuration, LiveValuesShowWhatWasStored)
 
 TEST(Configuration, FailingEndLeavesTheStreaming)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     registers.write32(kStreamingStart, 1);
     registers.journal.failing = "module SetGainAuto";
     EXPECT_THROW(registers.write32(kStreamingEnd, 1), std::runtime_error);

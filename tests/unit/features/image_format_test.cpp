@@ -32,8 +32,7 @@ std::unique_ptr<GivenAgent> Platform(const ImageSizeLimits& limits,
 
 TEST(ImageFormat, OpeningAsksThePlatform)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     const ImageSizeLimits& asked = registers.platform.asked;
     EXPECT_THAT((Words{asked.minWidth, asked.maxWidth, asked.widthIncrement, asked.minHeight,
                        asked.maxHeight, asked.heightIncrement}),
@@ -44,8 +43,7 @@ TEST(ImageFormat, OpeningAsksThePlatform)
 
 TEST(ImageFormat, RegistersAtOpen)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     const struct {
         std::uint32_t address;
         Words words;
@@ -70,8 +68,7 @@ TEST(ImageFormat, RegistersAtOpen)
 
 TEST(ImageFormat, WidthSendsAllThatDependsOnIt)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     EXPECT_EQ(registers.write32(kWidth, 1000), 0);
     EXPECT_THAT(registers.journal.take(),
                 ElementsAre("grabber SetWidth 1000", "module SetWidth 1000",
@@ -89,8 +86,7 @@ TEST(ImageFormat, WidthSendsAllThatDependsOnIt)
 // One long walk, each step on the state that the one before left.
 TEST(ImageFormat, ScalingAndOffsets)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     registers.write32(kWidth, 1008);
     registers.write32(kHeight, 1000);
     EXPECT_THAT(LimitsOf(registers, kScalingFactor), ElementsAre(30, 194, 1));
@@ -154,8 +150,7 @@ TEST(ImageFormat, ScalingAndOffsets)
 
 TEST(ImageFormat, SmallerScaleEnlargesTheSensor)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     registers.write32(kWidth, 1008);
     registers.write32(kHeight, 1000);
     registers.write32(kScalingFactor, 50);
@@ -172,8 +167,7 @@ TEST(ImageFormat, SizeLimitsTheScale)
         {104, 104, 100, 1869}, {320, 352, 30, 552},  {1920, 1080, 30, 135},
     };
     for (const auto& c : kCases) {
-        Registers registers;
-        registers.open();
+        OpenRegisters registers;
         EXPECT_EQ(registers.write32(kWidth, c.width), 0);
         EXPECT_EQ(registers.write32(kHeight, c.height), 0);
         EXPECT_THAT(LimitsOf(registers, kScalingFactor), ElementsAre(c.min, c.max, 1)) << c.width;
@@ -182,8 +176,7 @@ TEST(ImageFormat, SizeLimitsTheScale)
 
 TEST(ImageFormat, PixelFormatBringsItsWords)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     registers.write32(kWidth, 1008);
     registers.write32(kHeight, 1000);
     registers.journal.take();
@@ -289,8 +282,7 @@ TEST(ImageFormat, PlatformWithoutAnImageLeavesZeros)
 
 TEST(ImageFormat, FailingCallEndsTheChain)
 {
-    Registers registers;
-    registers.open();
+    OpenRegisters registers;
     registers.journal.failing = "module SetScalingFactor";
     EXPECT_THROW(registers.write32(kWidth, 1000), std::runtime_error);
     EXPECT_THAT(

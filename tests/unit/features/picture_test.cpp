@@ -43,27 +43,10 @@ constexpr std::uint32_t kAntiFlicker = 0x10000acc;
 constexpr std::uint32_t kGamma = 0x10000b70;
 constexpr std::uint32_t kSaturation = 0x10000b80;
 
-struct Write {
-    std::uint32_t address;
-    std::int64_t value;
-    RegisterStatus status;
-    Lines calls;
-};
-
 class Picture : public testing::Test
 {
 protected:
-    Picture() { camera.open(); }
-
-    void check(const std::vector<Write>& steps)
-    {
-        for (const Write& step : steps) {
-            EXPECT_EQ(camera.write32(step.address, static_cast<std::uint32_t>(step.value)),
-                      step.status)
-                << std::hex << step.address;
-            EXPECT_EQ(camera.journal.take(), step.calls) << std::hex << step.address;
-        }
-    }
+    void check(const std::vector<OpenRegisters::Write>& writes) { camera.check(writes); }
     void start()
     {
         camera.write32(kAcquisitionStart, 1);
@@ -82,7 +65,7 @@ protected:
         return {camera.read32(kRed), camera.read32(kGreen), camera.read32(kBlue)};
     }
 
-    Registers camera;
+    OpenRegisters camera;
 };
 
 TEST_F(Picture, EachWriteIsOneOperation)

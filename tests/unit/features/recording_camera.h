@@ -219,7 +219,7 @@ public:
 };
 
 /// The registers of a camera, as the remote port would hold them.
-class Registers final : private ICtrlRegisterHandler
+class Registers : private ICtrlRegisterHandler
 {
 public:
     explicit Registers(std::unique_ptr<GivenAgent> agent = std::make_unique<GivenAgent>())
@@ -278,6 +278,28 @@ private:
 
 public:
     std::unique_ptr<CameraRegisters> camera;
+};
+
+/// Behind their start-up.
+class OpenRegisters final : public Registers
+{
+public:
+    OpenRegisters() { open(); }
+
+    struct Write {
+        std::uint32_t address;
+        std::int64_t value;
+        RegisterStatus status;
+        std::vector<std::string> calls; ///< that it causes
+    };
+    void check(const std::vector<Write>& writes)
+    {
+        for (const Write& write : writes) {
+            EXPECT_EQ(write32(write.address, static_cast<std::uint32_t>(write.value)), write.status)
+                << std::hex << write.address;
+            EXPECT_EQ(journal.take(), write.calls) << std::hex << write.address;
+        }
+    }
 };
 
 // Value addresses.

@@ -58,25 +58,9 @@ Words ValidOf(Registers& camera, std::uint32_t value, std::size_t entries)
 class Trigger : public testing::Test
 {
 protected:
-    Trigger() { camera.open(); }
+    void check(const std::vector<OpenRegisters::Write>& writes) { camera.check(writes); }
 
-    struct Step {
-        std::uint32_t address;
-        std::int64_t value;
-        RegisterStatus status;
-        Lines calls;
-    };
-    void check(const std::vector<Step>& steps)
-    {
-        for (const Step& step : steps) {
-            EXPECT_EQ(camera.write32(step.address, static_cast<std::uint32_t>(step.value)),
-                      step.status)
-                << std::hex << step.address;
-            EXPECT_EQ(camera.journal.take(), step.calls) << std::hex << step.address;
-        }
-    }
-
-    Registers camera;
+    OpenRegisters camera;
 };
 
 // selector, enabled, type and index of the source, activation, delay
