@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <dirent.h>
 #include <dlfcn.h>
 #include <map>
 #include <string>
@@ -12,6 +11,7 @@
 
 #include "camera.h"
 #include "fault_control.h"
+#include "resources.h"
 
 namespace
 {
@@ -19,28 +19,6 @@ namespace
 const auto g_arm = reinterpret_cast<FaultArm>(::dlsym(RTLD_DEFAULT, "zevo_fault_arm"));
 const auto g_count = reinterpret_cast<FaultCount>(::dlsym(RTLD_DEFAULT, "zevo_fault_count"));
 const auto g_faulted = reinterpret_cast<FaultedCall>(::dlsym(RTLD_DEFAULT, "zevo_faulted_call"));
-
-std::size_t entriesOf(const char* folder)
-{
-    std::size_t entries = 0;
-    DIR* const directory = ::opendir(folder);
-    while (directory && ::readdir(directory))
-        ++entries;
-    if (directory)
-        ::closedir(directory);
-    return entries;
-}
-
-// Descriptors, threads, and mappings of board memory.
-struct Resources {
-    std::size_t descriptors = entriesOf("/proc/self/fd");
-    std::size_t threads = entriesOf("/proc/self/task");
-
-    bool operator==(const Resources& other) const
-    {
-        return descriptors == other.descriptors && threads == other.threads;
-    }
-};
 
 // One whole run, written out so that every step may fail and the rest still happens. Gives the
 // first failing step with its code, or an empty text.

@@ -13,28 +13,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "../unit/support/command.h"
 #include "camera.h"
 
 namespace
 {
 
-std::string outputOf(const std::string& command, int* status = nullptr)
-{
-    std::string output;
-    FILE* const pipe = ::popen(command.c_str(), "r");
-    char part[512];
-    while (pipe && std::fgets(part, sizeof part, pipe))
-        output += part;
-    const int result = ::pclose(pipe);
-    if (status)
-        *status = result;
-    return output;
-}
-
 bool isMapped()
 {
-    return !outputOf("grep GenTLProducerZEVO /proc/" + std::to_string(::getpid()) + "/maps")
-                .empty();
+    return runCommand("grep GenTLProducerZEVO /proc/" + std::to_string(::getpid()) + "/maps")
+               .exitCode == 0;
 }
 
 int g_callsOfOwnFunction = 0;
@@ -83,7 +71,7 @@ TEST(Library, ExportsTheFunctionsOfTheInterfaceAndNothingElse)
 #undef GENTL_FUNCTION
     EXPECT_EQ(expected.size(), 57u);
     std::set<std::string> exported;
-    const std::string table = outputOf("nm -D --defined-only " + producerPath());
+    const std::string table = runCommand("nm -D --defined-only " + producerPath()).output;
     const std::regex row(R"([0-9a-f]+ (\w) (\w+))");
     for (std::sregex_iterator match(table.begin(), table.end(), row), end; match != end; ++match) {
         EXPECT_EQ((*match)[1], "T") << (*match)[2];
@@ -94,7 +82,7 @@ TEST(Library, ExportsTheFunctionsOfTheInterfaceAndNothingElse)
 
 TEST(Library, NeedsNothingBeyondTheSystemsOwnLibraries)
 {
-    const std::string table = outputOf("readelf -d " + producerPath());
+    const std::string table = runCommand("readelf -d " + producerPath()).output;
     const std::regex row(R"(NEEDED.*\[(.*)\])");
     for (std::sregex_iterator match(table.begin(), table.end(), row), end; match != end; ++match)
         EXPECT_THAT((*match)[1].str(),
@@ -179,8 +167,7 @@ TEST(Library, AForkedChildMayExit)
 #if !defined(__SANITIZE_ADDRESS__) && !defined(ZEVO_THREAD_SANITIZER)
 TEST(Library, StartedAsAProgramItPrintsItsVersionAndEnds)
 {
-    int status = -1;
-    const std::string output = outputOf(producerPath(), &status);
+    const auto [status, output] = runCommand(producerPath());
     EXPECT_EQ(status, 0);
     EXPECT_TRUE(std::regex_match(
         output, std::regex("GenTLProducerZEVO[^\n]*\nVersion 2\\.0\\.0\nTag: 2\\.0\\.0\n"

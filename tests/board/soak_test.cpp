@@ -1,6 +1,5 @@
 // Long runs: nothing torn, nothing lost without being counted, nothing that grows.
 #include <cstdio>
-#include <dirent.h>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -9,6 +8,7 @@
 
 #include "base/pfnc.h"
 #include "camera.h"
+#include "resources.h"
 #include "sim/core/frame_counter.h"
 
 namespace
@@ -17,20 +17,7 @@ namespace
 using zevo_sim::CounterPlace;
 using zevo_sim::FrameLayout;
 
-std::size_t entriesOf(const char* folder)
-{
-    std::size_t entries = 0;
-    DIR* const directory = ::opendir(folder);
-    while (directory && ::readdir(directory))
-        ++entries;
-    if (directory)
-        ::closedir(directory);
-    return entries;
-}
-
-struct Resources {
-    std::size_t descriptors = entriesOf("/proc/self/fd");
-    std::size_t threads = entriesOf("/proc/self/task");
+struct Holdings : Resources {
     long residentPages = pages();
 
     static long pages()
@@ -45,9 +32,9 @@ struct Resources {
 // Growth by a page or two is the C library's; a leak per frame or per cycle is far above.
 constexpr long kPagesOfNoise = 256;
 
-void expectNoGrowth(const Resources& before)
+void expectNoGrowth(const Holdings& before)
 {
-    const Resources after;
+    const Holdings after;
     EXPECT_EQ(after.descriptors, before.descriptors);
     EXPECT_EQ(after.threads, before.threads);
     EXPECT_LT(after.residentPages, before.residentPages + kPagesOfNoise);
@@ -67,7 +54,7 @@ TEST(Soak, TenThousandFramesAtFullSizeWithASlowConsumer)
     camera.start(4);
     uint64_t lastId = 0;
     uint32_t lastNumber = 0;
-    Resources before;
+    Holdings before;
     for (uint64_t delivered = 1; delivered <= kFrames; ++delivered) {
         const BUFFER_HANDLE buffer = camera.take();
         ASSERT_TRUE(buffer) << lastError();
@@ -92,7 +79,7 @@ TEST(Soak, TenThousandFramesAtFullSizeWithASlowConsumer)
         }
         camera.giveBack(buffer);
         if (delivered == kPause)
-            before = Resources();
+            before = Holdings();
     }
     expectNoGrowth(before);
     camera.stop();
@@ -105,7 +92,7 @@ TEST(Soak, TenThousandFramesAtFullSizeWithASlowConsumer)
 TEST(Soak, FiveHundredCyclesOfOpeningStreamingAndClosing)
 {
     constexpr int kCycles = 500;
-    Resources before;
+    Holdings before;
     for (int cycle = 0; cycle < kCycles; ++cycle) {
         {
             Streaming camera;
@@ -118,7 +105,7 @@ TEST(Soak, FiveHundredCyclesOfOpeningStreamingAndClosing)
                 camera.stop();
         }
         if (cycle == kCycles / 10)
-            before = Resources();
+            before = Holdings();
     }
     expectNoGrowth(before);
 }

@@ -213,14 +213,6 @@ TEST_F(PortTest, ServesTheDescription)
     ASSERT_EQ(Read(kDescription, size), GC_ERR_SUCCESS);
     EXPECT_EQ(buffer_, file);
 
-    char url[64];
-    std::size_t urlSize = sizeof(url);
-    ASSERT_EQ(port.GetPortURL(url, &urlSize), GC_ERR_SUCCESS);
-    char expected[64];
-    std::snprintf(expected, sizeof(expected), "local:///RemoteDevice.xml;c0000000;%lx",
-                  static_cast<unsigned long>(size));
-    EXPECT_STREQ(url, expected);
-
     EXPECT_THROW(Read(kDescription, (size + 3) / 4 * 4 + 1), std::out_of_range);
     EXPECT_THROW(Read(0xCFFFFFF0), std::invalid_argument);
     EXPECT_THROW(Read(0x1C0000000), std::invalid_argument);

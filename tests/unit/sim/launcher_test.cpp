@@ -2,34 +2,20 @@
 #include <gtest/gtest.h>
 #include <png.h>
 #include <stdio.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <string>
 #include <vector>
 
+#include "../support/command.h"
 #include "sim/core/scene.h"
 
 namespace
 {
 
-struct Outcome {
-    int exitCode;
-    std::string output; ///< both channels
-};
-
-Outcome RunLauncher(const std::string& arguments)
+CommandResult RunLauncher(const std::string& arguments)
 {
-    const std::string command = std::string(ZEVO_BOARD_PROGRAM) + " " + arguments + " 2>&1";
-    FILE* pipe = popen(command.c_str(), "r");
-    EXPECT_NE(pipe, nullptr);
-    Outcome outcome{};
-    char text[256];
-    while (pipe && fgets(text, sizeof(text), pipe))
-        outcome.output += text;
-    const int status = pipe ? pclose(pipe) : -1;
-    outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return outcome;
+    return runCommand(std::string(ZEVO_BOARD_PROGRAM) + " " + arguments + " 2>&1");
 }
 
 TEST(Launcher, ExitCodesAndMessages)
@@ -60,7 +46,7 @@ TEST(Launcher, ExitCodesAndMessages)
          "<--><--x><><[a,b]><--help>"},
     };
     for (const auto& c : cases) {
-        const Outcome outcome = RunLauncher(c.arguments);
+        const CommandResult outcome = RunLauncher(c.arguments);
         EXPECT_EQ(outcome.exitCode, c.exitCode) << c.arguments << "\n" << outcome.output;
         EXPECT_NE(outcome.output.find(c.words), std::string::npos) << outcome.output;
     }
@@ -79,7 +65,7 @@ TEST(Launcher, PassesThePictureOn)
     ASSERT_NE(png_image_write_to_file(&image, path.c_str(), 0, pixels.data(), 0, nullptr), 0);
 
     const std::string copy = path + ".rgb";
-    const Outcome outcome =
+    const CommandResult outcome =
         RunLauncher("--board imx8mm --scene " + path +
                     " -- sh -c 'cat \"${ZEVO_BOARD##*scene=}\" > " + copy + "'");
     EXPECT_EQ(outcome.exitCode, 0) << outcome.output;

@@ -1,11 +1,11 @@
 // What the three channels print under which settings, seen from outside the process.
-#include <cstdio>
-#include <memory>
 #include <regex>
 #include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "../support/command.h"
 
 namespace
 {
@@ -16,13 +16,7 @@ using testing::Not;
 // Both outputs of the probe, started with these variables.
 std::string run(const std::string& variables)
 {
-    const std::string command = "env -i " + variables + " " TRACE_PROBE " 2>&1";
-    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(command.c_str(), "r"), ::pclose);
-    std::string output;
-    char part[512];
-    while (pipe && std::fgets(part, sizeof part, pipe.get()))
-        output += part;
-    return output;
+    return runCommand("env -i " + variables + " " TRACE_PROBE " 2>&1").output;
 }
 
 bool matches(const std::string& output, const char* pattern)
