@@ -96,14 +96,6 @@ TEST_F(CameraOnBus, OpeningWritesInOrder)
     EXPECT_EQ(IspWrites(), kDefaults);
 }
 
-TEST_F(CameraOnBus, StreamingEndWritesInOrder)
-{
-    Write(kStreamingStart, 1);
-    IspWrites();
-    Write(kStreamingEnd, 1);
-    EXPECT_EQ(IspWrites(), kDefaults);
-}
-
 TEST_F(CameraOnBus, CentersAnEnlargedRegion)
 {
     Write(kWidth, 1008);

@@ -165,19 +165,5 @@ TEST(RegisterMap, StopsAtTheFirstRefusal)
     EXPECT_EQ(space.log, "r0+4 w0=efgh ");
 }
 
-TEST(RegisterMap, StandsInAnotherMap)
-{
-    const BootstrapRegisterConfig config;
-    Space space;
-    RegisterMap inner(0x20, {space.entries, 2}, &config);
-    const RegisterMap::Entry entries[] = {{0x100, &inner}};
-    RegisterMap outer(0xFFFFFFFC, entries);
-    EXPECT_EQ(Read(outer, 0x104, 4, 0), "ABCD");
-    EXPECT_EQ(Read(outer, 0xFE, 2, 0), "..");
-    Read(outer, 0xFE, 4, kGenCpInvalidAddress);
-    space.second.status = kStatusValueRejected;
-    EXPECT_EQ(outer.write(0x10C, "abcd", 4), kGenCpAccessDenied);
-}
-
 } // namespace
 } // namespace GenTLProducer
