@@ -147,7 +147,7 @@ private:
     void switchStage()
     {
         enterStage(kStageSetClocks);
-        MCM_LOG(kLogInfo, kLogBoot) << "Csi::SetPll for " << row_.laneRateMbps << "Mbps\n";
+        MCM_LOG(kLogInfo, kLogBoot) << "Csi::SetPll for " << rate_.requestedMbps << "Mbps\n";
         setClocks();
         if (rate_.isUserSupplied) {
             MCM_LOG(kLogNotice, kLogAlways)

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <sstream>
 
 #include "module/pll_table.h"
 #include "opened_module.h"
@@ -213,23 +214,26 @@ TEST_F(IspFirmwareTest, UserSuppliedRateOutranksTheDriver)
 
 TEST_F(IspFirmwareTest, LogsTheBoot)
 {
+    constexpr float kRateMbps = 300.5F; // between two rows
+    std::ostringstream actual;
+    actual << "Actual-Lane-Datarate(Mbps): " << findPllRow(pllTable(), kRateMbps)->laneRateMbps;
     const auto boot = [this] {
         SimulatedModule module;
-        load(module, 1200.0);
-        load(module, 1200.0);
+        load(module, kRateMbps);
+        load(module, kRateMbps);
     };
     expectLogged(
         "6", "1", boot,
-        AllOf(HasSubstr("[000001] INFO: Expected-Lane-Datarate(Mbps): 1200\n"),
+        AllOf(HasSubstr("[000001] INFO: Expected-Lane-Datarate(Mbps): 300.5\n"),
               HasSubstr("[000001] INFO: Min-Lane-Datarate(Mbps): 80\n"),
               HasSubstr("[000001] INFO: Max-Lane-Datarate(Mbps): 1200\n"),
-              HasSubstr("[000001] INFO: Actual-Lane-Datarate(Mbps): 1200\n"),
+              HasSubstr("[000001] INFO: " + actual.str() + "\n"),
               HasSubstr("[000001] INFO: CHIP_VERSION_REG:       0x265\n"),
               HasSubstr("[000001] INFO: MANUFACTURER_ID:        0x6\n"),
               HasSubstr("[000001] INFO: FW_ID:                  0x0\n"),
               HasSubstr("[000001] INFO: BOOTDATA_STAGE:         0x0\n"),
               HasSubstr("[000001] INFO: BOOTDATA_CHECKSUM:      0xe3c8\n"),
-              HasSubstr("[000001] INFO: Csi::SetPll for 1200Mbps\n"),
+              HasSubstr("[000001] INFO: Csi::SetPll for 300.5Mbps\n"),
               HasSubstr("[000001] INFO: Firmware upload time: "),
               HasSubstr("[000001] INFO: ISP firmware already running -- skipping upload\n")));
 }
