@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <optional>
 #include <sstream>
 
@@ -76,12 +75,23 @@ void ReadDynamic(const Bytes& file, const std::vector<Elf64_Phdr>& segments,
             program.libraries.push_back(file.Text(names + name));
 }
 
+/// In large parts: a program with a sanitizer in it has tens of megabytes.
+std::string Content(const std::string& path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    std::string content;
+    std::vector<char> part(std::size_t{1} << 20);
+    while (stream.read(part.data(), static_cast<std::streamsize>(part.size())) ||
+           stream.gcount() > 0)
+        content.append(part.data(), static_cast<std::size_t>(stream.gcount()));
+    return content;
+}
+
 } // namespace
 
 ProgramFile ReadProgram(const std::string& path)
 {
-    std::ifstream stream(path, std::ios::binary);
-    const Bytes file(std::string(std::istreambuf_iterator<char>(stream), {}));
+    const Bytes file(Content(path));
     ProgramFile program;
     if (file.StartsWith("#!")) {
         std::istringstream line(file.FirstLine().substr(2));
