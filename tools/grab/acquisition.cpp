@@ -130,11 +130,14 @@ Frame Acquisition::Describe(BUFFER_HANDLE buffer) const
             frame.timestamp = ToNanoseconds(*ticks, tickRate_);
     const std::uint64_t size = number(BUFFER_INFO_SIZE_FILLED, number(BUFFER_INFO_SIZE));
     const std::uint64_t offset = std::min(number(BUFFER_INFO_IMAGEOFFSET), size);
+    const void* base = InfoPointer(infos, BUFFER_INFO_BASE);
+    if (base == nullptr)
+        throw Failure("the producer doesn't tell where the frame's data is");
     frame.image.pixelFormat = number(BUFFER_INFO_PIXELFORMAT);
     frame.image.width = number(BUFFER_INFO_WIDTH);
     frame.image.height = number(BUFFER_INFO_DELIVERED_IMAGEHEIGHT, number(BUFFER_INFO_HEIGHT));
     frame.image.linePadding = number(BUFFER_INFO_XPADDING);
-    frame.image.data = reinterpret_cast<const std::uint8_t*>(number(BUFFER_INFO_BASE)) + offset;
+    frame.image.data = static_cast<const std::uint8_t*>(base) + offset;
     frame.image.size = size - offset;
     return frame;
 }

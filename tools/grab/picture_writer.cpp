@@ -96,14 +96,15 @@ void PictureWriter::Run()
         jobs_.pop_front();
         const std::size_t size = job.bytes.size();
         lock.unlock();
-        Process(std::move(job));
+        Process(job);
+        job = {};
         lock.lock();
         heldBytes_ -= size;
         changed_.notify_all();
     }
 }
 
-void PictureWriter::Process(Job job)
+void PictureWriter::Process(const Job& job)
 {
     try {
         WritePng(job.path, Convert(job.image));

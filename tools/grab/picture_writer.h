@@ -40,7 +40,7 @@ private:
     };
 
     void Run();
-    void Process(Job job);
+    void Process(const Job& job);
     void StopThreads(bool isToFinish);
 
     std::string folder_;

@@ -49,8 +49,6 @@ std::optional<Number> Decode(INFO_DATATYPE type, const void* data, std::size_t s
         return NumberAs<std::int64_t>(data, size);
     case INFO_DATATYPE_UINT64:
         return NumberAs<std::uint64_t>(data, size);
-    case INFO_DATATYPE_PTR:
-        return NumberAs<std::uintptr_t>(data, size);
     case INFO_DATATYPE_SIZET:
         return NumberAs<std::size_t>(data, size);
     case INFO_DATATYPE_PTRDIFF:
@@ -93,6 +91,16 @@ std::optional<std::uint64_t> InfoNumber(const InfoQuery& query, std::int32_t com
     if (!number)
         return std::nullopt;
     return number->value;
+}
+
+void* InfoPointer(const InfoQuery& query, std::int32_t command)
+{
+    void* pointer = nullptr;
+    INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+    std::size_t size = sizeof pointer;
+    const bool isTold =
+        query(command, &type, &pointer, &size) == GC_ERR_SUCCESS && type == INFO_DATATYPE_PTR;
+    return isTold ? pointer : nullptr;
 }
 
 } // namespace zevo_tool

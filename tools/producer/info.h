@@ -18,7 +18,10 @@ using InfoQuery = std::function<GC_ERROR(std::int32_t command, INFO_DATATYPE* ty
 /// The value as text, numbers in decimal; nothing when the module doesn't tell.
 std::optional<std::string> InfoText(const InfoQuery& query, std::int32_t command);
 
-/// The value of a number, Boolean or pointer; nothing for texts, or when the module doesn't tell.
+/// The value of a pointer; null when the module doesn't tell.
+void* InfoPointer(const InfoQuery& query, std::int32_t command);
+
+/// The value of a number or Boolean; nothing for others, or when the module doesn't tell.
 std::optional<std::uint64_t> InfoNumber(const InfoQuery& query, std::int32_t command);
 
 } // namespace zevo_tool

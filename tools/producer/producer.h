@@ -11,7 +11,7 @@ namespace zevo_tool
 
 /// The functions of one loaded library, under their own names.
 struct GenTLFunctions {
-#define GENTL_FUNCTION(name) decltype(&::name) name = nullptr;
+#define GENTL_FUNCTION(name) decltype(&::name) name = nullptr; // NOLINT(bugprone-macro-parentheses)
 #include <gentl/gentl_functions.inc>
 #undef GENTL_FUNCTION
 };
