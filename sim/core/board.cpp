@@ -74,6 +74,42 @@ Pace PaceOf(const BoardOptions& options)
     return *options.fps == 0 ? Pace::AsTaken : Pace::Fixed;
 }
 
+/// What the ISP itself does wrong, out of all that goes wrong.
+Misbehaviour MisbehaviourOf(const std::vector<FaultRule>& faults, unsigned camera)
+{
+    Misbehaviour result;
+    for (const FaultRule& fault : faults) {
+        if (fault.camera && *fault.camera != camera)
+            continue;
+        const bool isStuck = fault.effect == FaultEffect::Stuck;
+        const auto reads = static_cast<unsigned>(fault.value);
+        switch (fault.place) {
+        case FaultPlace::Stage:
+            result.stageReads = reads;
+            break;
+        case FaultPlace::Checksum:
+            result.isChecksumWrong = result.isChecksumWrong || fault.effect == FaultEffect::Wrong;
+            result.checksumReads = std::max(result.checksumReads, reads);
+            break;
+        case FaultPlace::Stall:
+            result.isStallStuck = result.isStallStuck || isStuck;
+            result.stallReads = std::max(result.stallReads, reads);
+            break;
+        case FaultPlace::Atomic:
+            result.isAtomicStuck = result.isAtomicStuck || isStuck;
+            result.atomicReads = std::max(result.atomicReads, reads);
+            break;
+        case FaultPlace::Dma:
+            result.isDmaStuck = result.isDmaStuck || isStuck;
+            result.dmaReads = std::max(result.dmaReads, reads);
+            break;
+        default:
+            break;
+        }
+    }
+    return result;
+}
+
 } // namespace
 
 bool IsBoardPath(std::string_view path)
@@ -97,7 +133,8 @@ Board::Board(const BoardOptions& options, GenTLProducer::Span<const std::uint8_t
 
 Board::Board(const BoardOptions& options, GenTLProducer::Span<const std::uint8_t> firmware,
              Pace pace)
-    : options_(options), definition_(Definition(options)), scenes_(options.scene)
+    : options_(options), definition_(Definition(options)),
+      faults_(std::make_shared<FaultInjector>(options.faults)), scenes_(options.scene)
 {
     const bool hasGraph = definition_.mediaDriver != nullptr;
     for (unsigned i = 0; i < options_.cameras; ++i) {
@@ -114,6 +151,10 @@ Board::Board(const BoardOptions& options, GenTLProducer::Span<const std::uint8_t
     for (unsigned i = 0; hasGraph && !definition_.isGraphShared && i < options_.cameras; ++i)
         AddGraph(i, 1);
     AddFiles();
+    faults_->SetUnplugListener([this](unsigned camera) {
+        if (camera < cameras_.size())
+            Unplug(camera);
+    });
 }
 
 Board::~Board()
@@ -135,6 +176,12 @@ CameraOptions Board::MakeCameraOptions(unsigned index,
     camera.form = options_.form.value_or(RequestForm::Native);
     camera.laneCount = static_cast<std::uint8_t>(options_.lanes.value_or(camera.laneCount));
     camera.laneRateBps = options_.laneRateBps.value_or(camera.laneRateBps);
+    camera.driverVersion = options_.driverVersion.value_or(camera.driverVersion);
+    camera.informationVersion = options_.informationVersion.value_or(camera.informationVersion);
+    camera.moduleVersion = options_.moduleVersion.value_or(camera.moduleVersion);
+    camera.misbehaviour = MisbehaviourOf(options_.faults, index);
+    camera.faults = faults_;
+    camera.index = index;
     camera.light.level = options_.light.value_or(camera.light.level);
     camera.light.temperature = options_.lightTemperature.value_or(camera.light.temperature);
     return camera;
@@ -151,6 +198,11 @@ CaptureOptions Board::MakeCaptureOptions(unsigned index, Pace pace) const
     capture.maxHeight = definition_.maxHeight;
     if (definition_.hasConnectionFile && ConnectionOf(index) != 0)
         capture.maxWidth = 2048;
+    capture.maxWidth = std::min(capture.maxWidth, options_.maxWidth.value_or(capture.maxWidth));
+    capture.maxBuffers = options_.maxBuffers.value_or(capture.maxBuffers);
+    capture.widthStep = options_.widthStep.value_or(capture.widthStep);
+    capture.faults = faults_;
+    capture.index = index;
     capture.busInfo = Numbered("platform:csi.%u", index);
     capture.cameraName = serial.substr(serial.find(':') + 1);
     return capture;
@@ -388,8 +440,29 @@ bool Board::IsOwnDescriptor(int fd) const
                        [&](const Slot& slot) { return slot.ownEnd == fd; });
 }
 
+std::optional<unsigned> Board::CameraOf(const DeviceNode* node) const
+{
+    for (unsigned i = 0; node && i < cameras_.size(); ++i)
+        if (captureNodes_[i] == node || cameraNodes_[i] == node)
+            return i;
+    return std::nullopt;
+}
+
+int Board::FaultOf(FaultPlace place, int fd)
+{
+    const FileUser user(*this, fd);
+    return user ? faults_->OnCall(place, CameraOf(&user.Node())) : 0;
+}
+
+int Board::FaultOf(FaultPlace place, std::string_view path)
+{
+    return faults_->OnCall(place, CameraOf(FindNode(path)));
+}
+
 int Board::Open(std::string_view path, int flags)
 {
+    if (const int result = FaultOf(FaultPlace::Open, path); result != 0)
+        return result;
     switch (Kind(path)) {
     case PathKind::Foreign:
     case PathKind::Absent:
@@ -400,8 +473,10 @@ int Board::Open(std::string_view path, int flags)
         const char* file = options_.kmsg.empty() ? "/dev/null" : options_.kmsg.c_str();
         return sys::Open(file, (flags & ~(O_TRUNC | O_EXCL)) | O_APPEND | O_CREAT, 0644);
     }
-    case PathKind::File:
-        return OpenFileCopy(FindFile(path)->content, flags);
+    case PathKind::File: {
+        const std::string& content = FindFile(path)->content;
+        return OpenFileCopy(content.substr(0, faults_->OnFile(content.size())), flags);
+    }
     case PathKind::Node:
         break;
     }
@@ -455,6 +530,9 @@ int Board::Ioctl(int fd, unsigned long request, void* argument)
     default:
         break;
     }
+    const int fault = faults_->OnCall(FaultPlace::Request, CameraOf(&user.Node()), request);
+    if (fault != 0)
+        return fault;
     const int result = user.Node().Ioctl(user.File(), fd, request, argument);
     if (result != -EBUSY)
         return result;
@@ -468,6 +546,8 @@ long Board::Map(int fd, void* address, std::size_t length, int protection, int f
     const FileUser user(*this, fd);
     if (!user)
         return -EBADF;
+    if (const int fault = faults_->OnCall(FaultPlace::Map, CameraOf(&user.Node())); fault != 0)
+        return fault;
     hasMappings_ = true;
     return user.Node().Map(user.File(), address, length, protection, flags, offset);
 }
@@ -494,9 +574,11 @@ bool Board::Describe(struct stat& status) const
 
 int Board::Close(int fd)
 {
+    // The descriptor has gone even where close() fails.
+    const int fault = FaultOf(FaultPlace::Close, fd);
     const int result = sys::Close(fd);
     Reap();
-    return result;
+    return fault != 0 ? fault : result;
 }
 
 void Board::Reap()

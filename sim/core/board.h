@@ -18,6 +18,7 @@
 #include "sim/core/camera.h"
 #include "sim/core/capture_node.h"
 #include "sim/core/device_node.h"
+#include "sim/core/fault_injector.h"
 #include "sim/core/media_node.h"
 #include "sim/core/sub_device_node.h"
 
@@ -68,6 +69,10 @@ public:
     /// A descriptor that the board holds for itself. Takes no lock.
     bool IsOwnDescriptor(int fd) const;
     int Ioctl(int fd, unsigned long request, void* argument);
+    /// What the faults of the options make of a call that isn't answered by one of the operations
+    /// here: 0, or the negative errno that it ends with.
+    int FaultOf(FaultPlace place, int fd);
+    int FaultOf(FaultPlace place, std::string_view path);
     /// The address, or a negative errno.
     long Map(int fd, void* address, std::size_t length, int protection, int flags, long offset);
     void Unmapped(const void* address, std::size_t length);
@@ -110,11 +115,14 @@ private:
     NodeIdentity NextIdentity(const char* name, unsigned number);
     void AddGraph(unsigned firstCamera, unsigned cameras);
     void AddFiles();
+    /// The camera whose node this is; nothing for others.
+    std::optional<unsigned> CameraOf(const DeviceNode* node) const;
     const DeviceNode* FindNode(std::string_view path) const;
     const VirtualFile* FindFile(std::string_view path) const;
 
     const BoardOptions options_;
     const BoardDefinition& definition_;
+    const std::shared_ptr<FaultInjector> faults_;
     SceneStore scenes_;
     std::vector<std::unique_ptr<Camera>> cameras_;
     std::vector<CaptureNode*> captureNodes_;

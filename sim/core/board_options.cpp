@@ -51,6 +51,21 @@ std::string ParseText(std::string_view key, std::string_view value)
     return std::string(value);
 }
 
+/// "major.minor".
+InterfaceVersion ParseVersion(std::string_view key, std::string_view value)
+{
+    const std::size_t dot = value.find('.');
+    if (dot == std::string_view::npos)
+        Refuse(key, value, "a version like 1.0");
+    const auto major = ParseNumber<std::uint16_t>(key, value.substr(0, dot), 0, 0xFFFF);
+    return {major, ParseNumber<std::uint16_t>(key, value.substr(dot + 1), 0, 0xFFFF)};
+}
+
+std::string FormatVersion(const InterfaceVersion& version)
+{
+    return std::to_string(version.major) + "." + std::to_string(version.minor);
+}
+
 std::string FormatNumber(double number)
 {
     char text[32];
@@ -128,6 +143,20 @@ void BoardOptions::Set(std::string_view key, std::string_view value)
         light = ParseNumber(key, value, kMinLight, kMaxLight);
     } else if (key == "light-temperature") {
         lightTemperature = ParseNumber(key, value, kMinTemperature, kMaxTemperature);
+    } else if (key == "driver-version") {
+        driverVersion = ParseVersion(key, value);
+    } else if (key == "information-version") {
+        informationVersion = ParseVersion(key, value);
+    } else if (key == "module-version") {
+        moduleVersion = ParseVersion(key, value);
+    } else if (key == "max-buffers") {
+        maxBuffers = ParseNumber(key, value, 1u, 32u);
+    } else if (key == "max-width") {
+        maxWidth = ParseNumber(key, value, 16u, 4096u);
+    } else if (key == "width-step") {
+        widthStep = ParseNumber(key, value, 2u, 256u);
+    } else if (key == "fault") {
+        faults.push_back(FaultRule::FromText(value));
     } else if (key == "kmsg") {
         kmsg = value;
     } else if (key == "scene") {
@@ -160,6 +189,20 @@ std::string BoardOptions::ToText() const
         AppendSetting(text, "lanes", std::to_string(*lanes));
     if (laneRateBps)
         AppendSetting(text, "lane-rate", std::to_string(*laneRateBps));
+    if (driverVersion)
+        AppendSetting(text, "driver-version", FormatVersion(*driverVersion));
+    if (informationVersion)
+        AppendSetting(text, "information-version", FormatVersion(*informationVersion));
+    if (moduleVersion)
+        AppendSetting(text, "module-version", FormatVersion(*moduleVersion));
+    if (maxBuffers)
+        AppendSetting(text, "max-buffers", std::to_string(*maxBuffers));
+    if (maxWidth)
+        AppendSetting(text, "max-width", std::to_string(*maxWidth));
+    if (widthStep)
+        AppendSetting(text, "width-step", std::to_string(*widthStep));
+    for (const FaultRule& fault : faults)
+        AppendSetting(text, "fault", fault.text);
     if (light)
         AppendSetting(text, "light", FormatNumber(*light));
     if (lightTemperature)

@@ -137,6 +137,7 @@ void BufferQueue::EndFill(std::uint32_t index, const KernelBuffer& result)
     buffer.timestamp = result.timestamp;
     buffer.hasError = result.hasError;
     buffer.bytesUsed = result.bytesUsed;
+    buffer.shownIndex = result.shownIndex;
     buffer.state = BufferState::Done;
     done_.push_back(index);
 }

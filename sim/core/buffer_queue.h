@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "sim/core/monitor.h"
@@ -27,6 +28,7 @@ struct KernelBuffer {
     bool hasError = false;
     std::uint32_t bytesUsed = 0;
     unsigned mapCount = 0;
+    std::optional<std::uint32_t> shownIndex; ///< a wrong one, as a fault has it
 };
 
 /// The memory of one request for buffers. Mappings of programs outlive it.

@@ -1,55 +1,19 @@
 #include "sim/core/camera.h"
 
 #include <linux/videodev2.h>
-#include <sys/ioctl.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
 
+#include "sim/core/camera_requests.h"
+
 namespace zevo_sim
 {
 
 namespace
 {
-
-// Structures of the driver's interface, in the processor's byte order.
-
-struct CsiInformation {
-    std::uint64_t linkFrequency; // half of the lane data rate
-    std::uint8_t laneCount;
-    std::uint8_t laneAssignment[4];
-    std::uint8_t reserved[3];
-};
-static_assert(sizeof(CsiInformation) == 16);
-
-constexpr std::size_t kTextField = 65;
-
-struct DeviceInformation {
-    std::uint32_t magic;
-    std::uint32_t version;
-    char text[7][kTextField];
-    char padding;
-};
-static_assert(sizeof(DeviceInformation) == 464);
-
-constexpr std::size_t kPayloadSize = 256;
-
-struct RegisterTransfer {
-    std::uint16_t address;
-    std::uint8_t payload[kPayloadSize];
-    std::uint16_t size;
-    std::uint8_t direction;
-    std::uint8_t padding;
-};
-static_assert(sizeof(RegisterTransfer) == 262 && alignof(RegisterTransfer) == 2);
-
-constexpr unsigned long kVersionRequest = _IOR('B', 1, std::uint32_t);
-constexpr unsigned long kDeviceRequest = _IOR('B', 2, DeviceInformation);
-constexpr unsigned long kCsiRequest = _IOR('B', 3, CsiInformation);
-constexpr unsigned long kReadRequest = _IOWR('B', 4, RegisterTransfer);
-constexpr unsigned long kWriteRequest = _IOWR('B', 5, RegisterTransfer);
 
 constexpr std::uint32_t kVersionControl = 0x00981001;
 constexpr std::uint32_t kTransferControl = 0x00981002;
@@ -80,20 +44,20 @@ int Camera::Ioctl(unsigned long request, void* argument)
 int Camera::IoctlNative(unsigned long request, void* argument)
 {
     switch (request) {
-    case kVersionRequest: {
+    case TOLMEN_IOC_VERSION: {
         const std::uint32_t version = options_.driverVersion.AsWord();
         std::memcpy(argument, &version, sizeof(version));
         return 0;
     }
-    case kDeviceRequest:
+    case TOLMEN_IOC_DEVICE:
         FillDeviceInformation(argument);
         return 0;
-    case kCsiRequest:
+    case TOLMEN_IOC_CSI:
         FillCsi(argument);
         return 0;
-    case kReadRequest:
+    case TOLMEN_IOC_READ_REGISTER:
         return RunTransfer(argument, Direction::Read);
-    case kWriteRequest:
+    case TOLMEN_IOC_WRITE_REGISTER:
         return RunTransfer(argument, Direction::Write);
     default:
         return -ENOTTY;
@@ -243,6 +207,14 @@ int Camera::WriteCci(std::uint16_t address, const void* data, std::size_t size)
 
 int Camera::Move(std::uint16_t address, std::uint8_t* data, std::size_t size, Direction direction)
 {
+    const bool isRead = direction == Direction::Read;
+    std::optional<FaultInjector::Fault> readFault;
+    if (options_.faults) {
+        const int result =
+            options_.faults->OnTransfer(options_.index, isRead, address, size, readFault);
+        if (result != 0)
+            return result;
+    }
     std::function<void()> listener;
     int moved = 0;
     {
@@ -254,7 +226,18 @@ int Camera::Move(std::uint16_t address, std::uint8_t* data, std::size_t size, Di
     }
     if (listener)
         listener();
-    return moved;
+    return readFault && moved > 0 ? Spoil(*readFault, data, moved) : moved;
+}
+
+/// What the program gets of a read that worked: the number of bytes.
+int Camera::Spoil(const FaultInjector::Fault& fault, std::uint8_t* data, int size)
+{
+    if (fault.effect == FaultEffect::Short)
+        return static_cast<int>(std::min<std::uint64_t>(size, fault.value));
+    std::uint64_t value = fault.value;
+    for (int i = size; i-- > 0; value >>= 8)
+        data[i] = static_cast<std::uint8_t>(value);
+    return size;
 }
 
 int Camera::MoveLocked(std::uint16_t address, std::uint8_t* data, std::size_t size,

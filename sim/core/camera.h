@@ -69,6 +69,7 @@ private:
     int Move(std::uint16_t address, std::uint8_t* data, std::size_t size, Direction direction);
     int MoveLocked(std::uint16_t address, std::uint8_t* data, std::size_t size,
                    Direction direction);
+    static int Spoil(const FaultInjector::Fault& fault, std::uint8_t* data, int size);
     int RunTransfer(void* transfer, Direction direction);
     void FillCsi(void* csi) const;
     void FillDeviceInformation(void* information) const;

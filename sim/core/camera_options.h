@@ -5,9 +5,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 
 #include "base/span.h"
+#include "sim/core/fault_injector.h"
 #include "sim/core/light.h"
 
 namespace zevo_sim
@@ -77,7 +79,9 @@ struct CameraOptions {
     Light light;            ///< on the scene
 
     Misbehaviour misbehaviour;
-    bool logsTransfers = true; ///< keep the transfer log; grows with every transfer
+    std::shared_ptr<FaultInjector> faults; ///< null for none
+    unsigned index = 0;                    ///< on its board
+    bool logsTransfers = true;             ///< keep the transfer log; grows with every transfer
 };
 
 } // namespace zevo_sim

@@ -22,7 +22,8 @@ CaptureFormat CaptureFormat::Nearest(const v4l2_format& wanted, const FormatLimi
     for (const NodeFormat& candidate : limits.formats)
         if (candidate.fourcc == fourcc)
             nearest.pixels = &candidate;
-    nearest.width = std::clamp(width, kMinSize, limits.maxWidth) & ~1u;
+    nearest.width = std::clamp(width, kMinSize, limits.maxWidth);
+    nearest.width = std::max(nearest.width - nearest.width % limits.widthStep, limits.widthStep);
     nearest.height = std::clamp(height, kMinSize, limits.maxHeight) & ~1u;
     return nearest;
 }

@@ -17,6 +17,7 @@ struct FormatLimits {
     GenTLProducer::Span<const NodeFormat> formats;
     unsigned maxWidth;
     unsigned maxHeight;
+    unsigned widthStep;
 };
 
 struct CaptureFormat {

@@ -44,7 +44,8 @@ CaptureNode::CaptureNode(NodeIdentity identity, const BoardDefinition& board,
                          CaptureOptions options, FrameSource& source, SceneStore& scenes,
                          Camera* driver)
     : DeviceNode(std::move(identity)), board_(board), options_(std::move(options)), source_(source),
-      driver_(driver), limits_{board.formats, options_.maxWidth, options_.maxHeight},
+      driver_(driver), limits_{board.formats, options_.maxWidth, options_.maxHeight,
+                               options_.widthStep},
       bufferType_(options_.isMultiPlanar ? V4L2_BUF_TYPE_VIDEO_CAPTURE_MPLANE
                                          : V4L2_BUF_TYPE_VIDEO_CAPTURE),
       format_{board.formats.data(), kDefaultWidth, kDefaultHeight},
@@ -219,7 +220,7 @@ int CaptureNode::EnumerateFrameSizes(void* argument) const
     if (!isKnown || sizes.index != 0)
         return -EINVAL;
     sizes.type = V4L2_FRMSIZE_TYPE_STEPWISE;
-    sizes.stepwise = {CaptureFormat::kMinSize, limits_.maxWidth,  2,
+    sizes.stepwise = {CaptureFormat::kMinSize, limits_.maxWidth,  limits_.widthStep,
                       CaptureFormat::kMinSize, limits_.maxHeight, 2};
     return 0;
 }
@@ -251,7 +252,8 @@ int CaptureNode::RequestBuffers(OpenFile& file, v4l2_requestbuffers& request)
     const std::lock_guard lock(monitor_);
     if (IsBusy(file))
         return -EBUSY;
-    const int granted = queue_.Request(request.count, format_.Size());
+    const int granted =
+        queue_.Request(std::min(request.count, options_.maxBuffers), format_.Size());
     if (granted < 0)
         return granted;
     request.count = static_cast<std::uint32_t>(granted);
@@ -345,6 +347,7 @@ int CaptureNode::DequeueBuffer(OpenFile& file, v4l2_buffer& buffer)
     if (index < 0)
         return index;
     Describe(static_cast<std::uint32_t>(index), buffer);
+    buffer.index = queue_.Find(buffer.index)->shownIndex.value_or(buffer.index);
     return 0;
 }
 
@@ -562,6 +565,18 @@ bool CaptureNode::CaptureFrame()
     const std::optional<SentFrame> frame = source_.SendFrame();
     if (!frame || !format_.Receives(*frame->setup))
         return false;
+    std::optional<FaultInjector::Fault> fault;
+    if (options_.faults) {
+        lock.unlock();
+        fault = options_.faults->OnFrame(options_.index);
+        if (fault && fault->effect == FaultEffect::Break)
+            GiveUp();
+        lock.lock();
+        if (!queue_.HasBegun())
+            return false;
+    }
+    if (fault && fault->effect == FaultEffect::Gap)
+        sequence_ += static_cast<std::uint32_t>(fault->value);
     KernelBuffer result;
     result.sequence = sequence_++;
     result.timestamp = MonotonicNow();
@@ -576,6 +591,8 @@ bool CaptureNode::CaptureFrame()
     unsigned char* target = memory->view.Data() + memory->buffers[index].offset;
     result.hasError = !painter_.Paint(target, format, *frame);
     result.bytesUsed = static_cast<std::uint32_t>(memory->length);
+    if (fault)
+        Spoil(result, *fault);
     lock.lock();
 
     isFilling_ = false;
@@ -583,6 +600,16 @@ bool CaptureNode::CaptureFrame()
     UpdateReadiness();
     monitor_.NotifyAll();
     return true;
+}
+
+void CaptureNode::Spoil(KernelBuffer& result, const FaultInjector::Fault& fault)
+{
+    if (fault.effect == FaultEffect::Flag)
+        result.hasError = true;
+    else if (fault.effect == FaultEffect::Short)
+        result.bytesUsed = static_cast<std::uint32_t>(fault.value);
+    else if (fault.effect == FaultEffect::Index)
+        result.shownIndex = static_cast<std::uint32_t>(fault.value);
 }
 
 } // namespace zevo_sim

@@ -40,6 +40,11 @@ struct CaptureOptions {
     unsigned maxHeight = 4096;
     std::string busInfo;
     std::string cameraName; ///< drawn into the frames
+    /// What the driver grants at most.
+    unsigned maxBuffers = BufferQueue::kMaximum;
+    unsigned widthStep = 2;                ///< widths are cut to a multiple of this
+    std::shared_ptr<FaultInjector> faults; ///< null for none
+    unsigned index = 0;                    ///< of the camera
 };
 
 /// Answers as a driver on the kernel's videobuf2 does.
@@ -93,6 +98,7 @@ private:
     void StopFrames();
     void RunFrames();
     bool CaptureFrame();
+    void Spoil(KernelBuffer& result, const FaultInjector::Fault& fault);
     int WaitForBuffer(int fd);
     Nanoseconds FramePeriod() const;
 

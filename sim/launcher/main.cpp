@@ -34,6 +34,7 @@ constexpr long kSceneDescriptor = 420;
 struct Arguments {
     std::string board;
     std::vector<std::pair<std::string, std::string>> settings; ///< key, value; empty for unset
+    std::vector<std::string> faults;
     std::string scene;
     std::string kmsg;
     std::string library;
@@ -124,6 +125,8 @@ zevo_sim::BoardOptions MakeOptions(const Arguments& arguments)
         for (const auto& [key, value] : arguments.settings)
             if (!value.empty())
                 options.Set(key, value);
+        for (const std::string& fault : arguments.faults)
+            options.Set("fault", fault);
     } catch (const std::invalid_argument& error) {
         throw std::invalid_argument("--" + std::string(error.what()));
     }
@@ -151,7 +154,8 @@ constexpr char kFooter[] =
     "Examples:\n"
     "  zevo-board --board imx8mm -- zevo list\n"
     "  zevo-board --board imx8mp --scene photo.png -- zevo grab -n 10 -o pictures\n"
-    "  zevo-board --board generic --fps 0 -- ./soak-test\n";
+    "  zevo-board --board generic --fps 0 -- ./soak-test\n"
+    "  zevo-board --board imx8mm --fault frame:unplug:after=100 -- zevo grab -n 200\n";
 
 class HelpFormatter : public CLI::Formatter
 {
@@ -188,6 +192,13 @@ constexpr Setting kSettings[] = {
     {"csi-id", "N",
      "The receiver that the first camera is connected to, where the board's device tree tells it; "
      "other than 0 limits the width to 2048"},
+    {"driver-version", "MAJOR.MINOR", "Interface of the camera driver, 1.1 otherwise"},
+    {"information-version", "MAJOR.MINOR",
+     "Version of the driver's device information, 1.0 otherwise"},
+    {"module-version", "MAJOR.MINOR", "Interface of the camera module, 2.0 otherwise"},
+    {"max-buffers", "N", "Buffers that the capture driver grants at most, 1 to 32"},
+    {"max-width", "PIXELS", "Width that the capture driver takes at most, 16 to 4096"},
+    {"width-step", "PIXELS", "Number to a multiple of which the capture driver cuts widths"},
 };
 
 void AddOptions(CLI::App& app, Arguments& arguments, bool& isList)
@@ -207,6 +218,13 @@ void AddOptions(CLI::App& app, Arguments& arguments, bool& isList)
         app.add_option("--" + std::string(setting.key), arguments.settings[i].second, setting.help)
             ->type_name(setting.value);
     }
+    app.add_option(
+           "--fault", arguments.faults,
+           "What goes wrong: a call, request or part of the camera, what happens to it, and "
+           "when, as in VIDIOC_DQBUF:EIO:after=100:times=3. May be repeated; "
+           "sim/README.md tells all of them")
+        ->type_name("PLACE:EFFECT[:CONDITION...]")
+        ->allow_extra_args(false);
     app.add_option("--kmsg", arguments.kmsg, "The file that stands in for the kernel log")
         ->type_name("FILE");
     app.add_option("--preload", arguments.preloads,

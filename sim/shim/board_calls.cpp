@@ -27,6 +27,7 @@ namespace
 {
 
 using zevo_sim::Board;
+using zevo_sim::FaultPlace;
 using zevo_sim::PathKind;
 
 // The state of the process: plain data, made when the first path of a board is touched and never
@@ -221,6 +222,8 @@ long OpenPath(PathArgument path, int flags)
 long StatPath(PathArgument path, struct stat& status)
 {
     return OnBoardPath(path, [&](Board& board, std::string_view name) -> long {
+        if (const int fault = board.FaultOf(FaultPlace::Stat, name); fault != 0)
+            return fault;
         return board.Describe(name, status) ? 0 : -ENOENT;
     });
 }
@@ -228,6 +231,8 @@ long StatPath(PathArgument path, struct stat& status)
 long AccessPath(PathArgument path, int mode)
 {
     return OnBoardPath(path, [&](Board& board, std::string_view name) -> long {
+        if (const int fault = board.FaultOf(FaultPlace::Access, name); fault != 0)
+            return fault;
         const PathKind kind = board.Kind(name);
         if (kind == PathKind::Absent)
             return -ENOENT;
@@ -235,6 +240,18 @@ long AccessPath(PathArgument path, int mode)
         const int refused = (isWritable ? 0 : W_OK) | (kind == PathKind::Directory ? 0 : X_OK);
         return (mode & refused) != 0 ? -EACCES : 0;
     });
+}
+
+long OpenDirectory(const char* path)
+{
+    Overlay overlay;
+    if (!FindOverlay(path, overlay))
+        return kForeign;
+    const long fault = Guarded([&]() -> long {
+        Board* board = ActiveBoard();
+        return board ? board->FaultOf(FaultPlace::Directory, overlay.directory) : 0;
+    });
+    return fault != 0 ? fault : kForeign;
 }
 
 bool Owns(int fd)
@@ -261,6 +278,11 @@ void NoteUnmap(const void* address, std::size_t length)
             board->Unmapped(address, length);
             return 0;
         });
+}
+
+long BeginPoll(int fd)
+{
+    return OnDescriptor([&](Board& board) -> long { return board.FaultOf(FaultPlace::Poll, fd); });
 }
 
 long Poll(int fd, short events)

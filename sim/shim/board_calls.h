@@ -31,10 +31,15 @@ long OpenPath(PathArgument path, int flags);
 long StatPath(PathArgument path, struct stat& status);
 long AccessPath(PathArgument path, int mode);
 
+/// The error of an opendir() that the board lets fail; kForeign for none.
+long OpenDirectory(const char* path);
+
 bool Owns(int fd);
 long Ioctl(int fd, unsigned long request, void* argument);
 long Map(int fd, void* address, std::size_t length, int protection, int flags, long offset);
 void NoteUnmap(const void* address, std::size_t length);
+/// Told once for each poll() on the descriptor: 0, or the errno that it ends with.
+long BeginPoll(int fd);
 /// The events that poll() is to show.
 long Poll(int fd, short events);
 /// Refuses a descriptor that the board holds for itself, as one that isn't open.

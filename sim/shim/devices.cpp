@@ -54,6 +54,15 @@ bool HoldsNodes(const pollfd* entries, nfds_t count)
     return false;
 }
 
+/// 0, or what the board lets the whole call end with.
+long BeginPolls(const pollfd* entries, nfds_t count)
+{
+    for (nfds_t i = 0; i < count; ++i)
+        if (const long result = BeginPoll(entries[i].fd); result != 0 && result != kForeign)
+            return result;
+    return 0;
+}
+
 /// Puts what the nodes show into the entries. The number of entries with events, of all.
 int ShowNodes(pollfd* entries, nfds_t count)
 {
@@ -113,6 +122,8 @@ int PollNodes(pollfd* entries, pollfd* requested, nfds_t count, const timespec* 
 
 int PollAny(pollfd* entries, nfds_t count, const timespec* timeout, const sigset_t* mask)
 {
+    if (const long result = BeginPolls(entries, count); result != 0)
+        return Answer(result);
     constexpr nfds_t few = 32;
     pollfd onStack[few];
     if (count <= few)

@@ -39,6 +39,10 @@ int CloseOnHost(DIR* directory)
 /// Null, with errno, for a directory that neither the host nor the board has.
 DirectoryStream* OpenStream(const char* path)
 {
+    if (const long result = OpenDirectory(path); result != kForeign) {
+        errno = static_cast<int>(-result);
+        return nullptr;
+    }
     Overlay overlay;
     FindOverlay(path, overlay);
     const int saved = errno;
@@ -217,6 +221,10 @@ int Scan(const char* path, dirent*** names, Filter* filter, Compare* compare)
 
 ZEVO_INTERPOSE(DIR*, opendir, const char* path)
 {
+    if (const long result = OpenDirectory(path); result != kForeign) {
+        errno = static_cast<int>(-result);
+        return nullptr;
+    }
     Overlay overlay;
     if (!FindOverlay(path, overlay))
         return OpenOnHost(path);

@@ -1,0 +1,193 @@
+// What the option --fault makes of a board.
+#include <signal.h>
+
+#include "board_fixture.h"
+#include "sim/core/ap1302_registers.h"
+
+namespace zevo_sim
+{
+namespace
+{
+
+constexpr std::uint16_t kFirmwareRegister = 0x1050; // of the module, on the link
+
+TEST(Faults, RefuseWhatMakesNoSense)
+{
+    struct {
+        const char* text;
+        const char* reason;
+    } cases[] = {
+        {"", "is not a call"},
+        {"VIDIOC_NONE:EIO", "is not a call"},
+        {"VIDIOC_DQBUF", "what goes wrong is missing"},
+        {"VIDIOC_DQBUF:EGG", "\"EGG\" is nothing that can go wrong there"},
+        {"VIDIOC_DQBUF:gap=3", "\"gap=3\" is nothing"},
+        {"frame:EIO", "\"EIO\" is nothing"},
+        {"frame:SIGINT", "\"SIGINT\" is nothing"},
+        {"frame:gap", "\"gap\" is nothing"},
+        {"open:unplug", "\"unplug\" is nothing"},
+        {"stage:stuck", "\"stuck\" is nothing"},
+        {"read:EIO:after=x", "\"x\" is not a number"},
+        {"read:EIO:times=-1", "\"-1\" is not a number"},
+        {"read:EIO:camera=8", "\"8\" is not a number from 0 to 7"},
+        {"read:EIO:register=0x10000", "\"0x10000\" is not a number"},
+        {"read:EIO:soon", "\"soon\" is not a condition"},
+        {"open:EIO:register=2", "\"register=2\" is not a condition"},
+        {"stall:stuck:after=3", "this is so all the time"},
+    };
+    for (const auto& c : cases) {
+        try {
+            FaultRule::FromText(c.text);
+            ADD_FAILURE() << c.text;
+        } catch (const std::invalid_argument& error) {
+            EXPECT_NE(std::string(error.what()).find(c.reason), std::string::npos) << error.what();
+        }
+    }
+}
+
+TEST(Faults, SurviveTheEnvironment)
+{
+    BoardOptions options;
+    options.Set("fault", "VIDIOC_DQBUF:EIO:after=100:times=3");
+    options.Set("fault", "read:value=0x1234:register=0x6134:camera=1:times=always");
+    options.Set("driver-version", "2.7");
+    options.Set("max-buffers", "3");
+    const BoardOptions read = BoardOptions::FromText(options.ToText());
+    EXPECT_EQ(read.ToText(), options.ToText());
+    ASSERT_EQ(read.faults.size(), 2u);
+    EXPECT_EQ(read.faults[0].after, 100u);
+    EXPECT_EQ(read.faults[1].value, 0x1234u);
+    EXPECT_EQ(read.faults[1].times, FaultRule::kAlways);
+}
+
+TEST(Faults, CountCallsFromTheFirstAndEndAgain)
+{
+    TestBoard board("board=imx8mm;fault=VIDIOC_QUERYCAP:EIO:after=1:times=2;"
+                    "fault=open:EMFILE:after=2;fault=ioctl:ENOMEM:after=5");
+    const int opened[] = {board->Open("/dev/video0", O_RDWR), board->Open("/dev/video0", O_RDWR),
+                          board->Open("/dev/video0", O_RDWR)};
+    EXPECT_EQ(opened[2], -EMFILE);
+    const int expected[] = {0, -EIO, -EIO, 0, 0, -ENOMEM, 0};
+    for (const int result : expected) {
+        v4l2_capability capability{};
+        EXPECT_EQ(board->Ioctl(opened[0], VIDIOC_QUERYCAP, &capability), result);
+    }
+    board->Close(opened[0]);
+    board->Close(opened[1]);
+}
+
+TEST(Faults, OfTransfersMeetTheirRegister)
+{
+    TestBoard board("board=imx8mm;fault=read:EREMOTEIO:register=0x600C:after=1;"
+                    "fault=write:EIO:address=0x2000;fault=read:short=2:address=0x1050;"
+                    "fault=read:value=0xABCD:register=0x0000:times=always");
+    Camera& camera = board.GetCamera();
+    std::uint8_t bytes[16] = {};
+    EXPECT_EQ(camera.ReadCci(CciAddress(0x600C), bytes, 2), 2);
+    EXPECT_EQ(camera.ReadCci(CciAddress(0x600E), bytes, 2), 2) << "another register";
+    EXPECT_EQ(camera.ReadCci(CciAddress(0x600C), bytes, 2), -EREMOTEIO);
+    EXPECT_EQ(camera.WriteCci(0x2000, bytes, 4), -EIO);
+    EXPECT_EQ(camera.WriteCci(0x2000, bytes, 4), 4);
+    EXPECT_EQ(camera.ReadCci(kFirmwareRegister - 4, bytes, 16), 2) << "touched in the middle";
+    EXPECT_EQ(camera.ReadCci(CciAddress(0), bytes, 2), 2);
+    EXPECT_EQ(bytes[0] << 8 | bytes[1], 0xABCD);
+}
+
+TEST(Faults, OfFramesShowInTheBuffers)
+{
+    TestBoard board("board=imx8mm;fault=frame:gap=5:after=1;fault=frame:flag:after=2;"
+                    "fault=frame:short=7:after=3;fault=frame:index=31:after=4;"
+                    "fault=frame:break:after=6");
+    board.Boot(96, 104);
+    Program program(*board.operator->(), "/dev/video0");
+    ASSERT_EQ(program.Start(8), 0);
+    struct {
+        std::uint32_t sequence;
+        bool hasFlag;
+        std::uint32_t bytes;
+        std::uint32_t index;
+    } frames[] = {{0, false, 96 * 208, 0}, {6, false, 96 * 208, 1},  {7, true, 96 * 208, 2},
+                  {8, false, 7, 3},        {9, false, 96 * 208, 31}, {10, false, 96 * 208, 5}};
+    for (const auto& frame : frames) {
+        ASSERT_TRUE(board.Node().FrameTime());
+        ASSERT_EQ(program.Dequeue(), 0);
+        EXPECT_EQ(program.buffer.sequence, frame.sequence);
+        EXPECT_EQ((program.buffer.flags & V4L2_BUF_FLAG_ERROR) != 0, frame.hasFlag);
+        EXPECT_EQ(program.buffer.bytesused, frame.bytes);
+        EXPECT_EQ(program.buffer.index, frame.index);
+    }
+    EXPECT_FALSE(board.Node().FrameTime());
+    EXPECT_EQ(program.Poll(), POLLERR);
+    EXPECT_EQ(program.Dequeue(), -EIO);
+}
+
+TEST(Faults, APulledCameraStaysAway)
+{
+    for (const char* fault : {"fault=frame:unplug:after=1", "fault=transfer:unplug:address=0x2000",
+                              "fault=VIDIOC_G_FMT:unplug"}) {
+        TestBoard board("board=generic;cameras=2;" + std::string(fault));
+        board.Boot(96, 104);
+        Program program(*board.operator->(), "/dev/video0");
+        ASSERT_EQ(program.Start(), 0);
+        EXPECT_TRUE(board.Node().FrameTime());
+        const std::uint8_t byte = 0;
+        board.Node().FrameTime();
+        board.GetCamera().WriteCci(0x2000, &byte, 1);
+        v4l2_format format{};
+        format.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+        EXPECT_EQ(program.Ioctl(VIDIOC_G_FMT, &format), -ENODEV) << fault;
+        EXPECT_EQ(program.Dequeue(), -ENODEV);
+        EXPECT_NE(program.Poll() & POLLHUP, 0);
+        EXPECT_EQ(board->Open("/dev/video0", O_RDWR), -ENOENT);
+        EXPECT_EQ(board->Kind("/dev/video1"), PathKind::Node) << "the other camera stays";
+    }
+}
+
+TEST(Faults, OfTheIspAreItsOwn)
+{
+    TestBoard board("board=imx8mm;cameras=2;fault=stall:stuck:camera=0;fault=atomic:late=3;"
+                    "fault=checksum:wrong:camera=1;fault=dma:stuck;fault=stage:late=2");
+    const Misbehaviour& first = board->GetCamera(0).Options().misbehaviour;
+    const Misbehaviour& second = board->GetCamera(1).Options().misbehaviour;
+    EXPECT_TRUE(first.isStallStuck && first.isDmaStuck && !first.isChecksumWrong);
+    EXPECT_TRUE(!second.isStallStuck && second.isDmaStuck && second.isChecksumWrong);
+    EXPECT_EQ(first.atomicReads, 3u);
+    EXPECT_EQ(first.stageReads, 2u);
+    EXPECT_EQ(second.stallReads, 1u) << "as without faults";
+}
+
+TEST(Faults, ASignalComesInTheMiddleOfACall)
+{
+    static int received = 0;
+    struct sigaction action {
+    };
+    action.sa_handler = [](int) { ++received; };
+    sigaction(SIGUSR1, &action, nullptr);
+    TestBoard board("board=imx8mm;fault=VIDIOC_QUERYCAP:SIGUSR1");
+    Program program(*board.operator->(), "/dev/video0");
+    v4l2_capability capability{};
+    EXPECT_EQ(program.Ioctl(VIDIOC_QUERYCAP, &capability), -EINTR);
+    EXPECT_EQ(received, 1);
+    EXPECT_EQ(program.Ioctl(VIDIOC_QUERYCAP, &capability), 0);
+    signal(SIGUSR1, SIG_DFL);
+}
+
+TEST(Driver, AdjustsAndGrantsAsItsOptionsSay)
+{
+    TestBoard board("board=imx8mm;max-buffers=2;max-width=1280;width-step=32;driver-version=2.7");
+    Program program(*board.operator->(), "/dev/video0");
+    v4l2_format format;
+    EXPECT_EQ(program.SetFormat(2592, 1944, V4L2_PIX_FMT_UYVY, format), 0);
+    EXPECT_EQ(format.fmt.pix.width, 1280u);
+    EXPECT_EQ(program.SetFormat(104, 96, V4L2_PIX_FMT_UYVY, format), 0);
+    EXPECT_EQ(format.fmt.pix.width, 96u);
+    unsigned granted = 0;
+    EXPECT_EQ(program.Request(4, &granted), 0);
+    EXPECT_EQ(granted, 2u);
+    std::uint32_t version = 0;
+    EXPECT_EQ(program.Ioctl(0x80044201, &version), 0);
+    EXPECT_EQ(version, 2u << 16 | 7);
+}
+
+} // namespace
+} // namespace zevo_sim
