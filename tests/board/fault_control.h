@@ -1,15 +1,17 @@
-// Makes one system call of the producer fail. The library that does it is preloaded ahead of
-// everything else; these are its two controls, found at run time.
+// Makes system calls of the producer fail. The library that does it is preloaded ahead of
+// everything else; these are its controls, found at run time.
 #pragma once
 
 #include <cstddef>
 
 /// Fails the call with this number, counted from 1, among those that the producer makes from now
-/// on; 0 lets all pass and only counts. error is the errno that the call reports.
-using FaultArm = void (*)(std::size_t number, int error);
+/// on; 0 lets all pass and only counts. error is the errno that the call reports. With isForGood
+/// the camera is gone from that call on: requests and mappings of nodes fail with the error, and
+/// so does opening them.
+using FaultArm = void (*)(std::size_t number, int error, bool isForGood);
 
-/// How many calls there have been since the last FaultArm.
+/// Ends what FaultArm has begun; how many calls there have been since.
 using FaultCount = std::size_t (*)();
 
-/// Name of the call that failed; null if none did.
+/// Name of the first call that failed since FaultArm; null if none did.
 using FaultedCall = const char* (*)();

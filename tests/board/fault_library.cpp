@@ -27,6 +27,7 @@ std::atomic<std::size_t> g_calls{0};
 std::atomic<int> g_error{0};
 std::atomic<const char*> g_failed{nullptr};
 std::atomic<bool> g_isOn{false};
+std::atomic<bool> g_isForGood{false};
 std::atomic<long long> g_sleptNs{0};
 
 constexpr long long kSecondNs = 1'000'000'000;
@@ -41,15 +42,20 @@ bool isProducer(const void* caller)
            std::strstr(info.dli_fname, "libtsan");
 }
 
-bool fails(const char* name, const void* caller)
+bool fails(const char* name, const void* caller, bool isOnNode = false)
 {
     if (!g_isOn)
         return false;
     const int savedError = errno;
-    const bool isFailed = isProducer(caller) && ++g_calls == g_armed;
+    bool isFailed = false;
+    if (isProducer(caller)) {
+        const std::size_t number = ++g_calls;
+        isFailed = g_isForGood ? g_armed != 0 && number >= g_armed && isOnNode : number == g_armed;
+    }
     errno = savedError;
     if (isFailed) {
-        g_failed = name;
+        const char* none = nullptr;
+        g_failed.compare_exchange_strong(none, name);
         errno = g_error;
     }
     return isFailed;
@@ -63,8 +69,9 @@ Function next(Function, const char* name)
 
 } // namespace
 
-EXPORT void zevo_fault_arm(std::size_t number, int error)
+EXPORT void zevo_fault_arm(std::size_t number, int error, bool isForGood)
 {
+    g_isForGood = isForGood;
     g_calls = 0;
     g_failed = nullptr;
     g_error = error;
@@ -84,6 +91,7 @@ EXPORT const char* zevo_faulted_call()
 }
 
 #define FAILS(name) fails(#name, __builtin_return_address(0))
+#define FAILS_ON_NODE(name, isOnNode) fails(#name, __builtin_return_address(0), isOnNode)
 #define NEXT(name) static const auto real = next(&::name, #name)
 
 EXPORT int open(const char* path, int flags, ...)
@@ -93,7 +101,7 @@ EXPORT int open(const char* path, int flags, ...)
     const int mode = va_arg(arguments, int);
     va_end(arguments);
     NEXT(open);
-    return FAILS(open) ? -1 : real(path, flags, mode);
+    return FAILS_ON_NODE(open, std::strncmp(path, "/dev/", 5) == 0) ? -1 : real(path, flags, mode);
 }
 
 EXPORT int ioctl(int fd, unsigned long request, ...) noexcept
@@ -103,14 +111,15 @@ EXPORT int ioctl(int fd, unsigned long request, ...) noexcept
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
     NEXT(ioctl);
-    return FAILS(ioctl) ? -1 : real(fd, request, argument);
+    return FAILS_ON_NODE(ioctl, true) ? -1 : real(fd, request, argument);
 }
 
 EXPORT void* mmap(void* address, std::size_t length, int protection, int flags, int fd,
                   off_t offset) noexcept
 {
     NEXT(mmap);
-    return FAILS(mmap) ? MAP_FAILED : real(address, length, protection, flags, fd, offset);
+    return FAILS_ON_NODE(mmap, true) ? MAP_FAILED
+                                     : real(address, length, protection, flags, fd, offset);
 }
 
 EXPORT int poll(pollfd* entries, nfds_t count, int timeoutMs)

@@ -13,12 +13,20 @@ class Allocations
 public:
     /// The nth allocation from now on throws, once. 0 for none.
     static void FailNth(std::size_t nth) noexcept;
+    /// The same for the allocations that count of the calling thread alone.
+    static void FailNthHere(std::size_t nth) noexcept;
+    /// True once that one has been reached.
+    static bool HasFailedHere() noexcept;
     /// True once that one has been reached.
     static bool HasFailed() noexcept;
     static std::size_t GetCount() noexcept;
+    /// Blocks that have been counted and not been freed.
+    static std::size_t GetLive() noexcept;
 
-    /// For operator new: throws std::bad_alloc if this allocation is to fail.
-    static void Note();
+    /// For operator new: throws std::bad_alloc if this allocation is to fail; whether it counts.
+    static bool Note();
+    /// For operator delete: a block that counted goes, or wasn't to be had.
+    static void NoteFree() noexcept;
 
     /// While it lives, its thread's allocations are neither counted nor made to fail.
     class Exemption
@@ -28,6 +36,16 @@ public:
         Exemption(const Exemption&) = delete;
         Exemption& operator=(const Exemption&) = delete;
         ~Exemption();
+    };
+
+    /// While it lives, its thread's allocations count in spite of one exemption around.
+    class Counted
+    {
+    public:
+        Counted() noexcept;
+        Counted(const Counted&) = delete;
+        Counted& operator=(const Counted&) = delete;
+        ~Counted();
     };
 };
 

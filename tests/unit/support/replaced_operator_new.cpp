@@ -1,23 +1,48 @@
+#include <cstddef>
 #include <cstdlib>
 #include <new>
 
 #include "support/allocations.h"
 
+namespace
+{
+
+/// Stands before each block.
+struct alignas(std::max_align_t) Header {
+    bool isCounted;
+};
+
+void Free(void* memory) noexcept
+{
+    if (!memory)
+        return;
+    Header* header = static_cast<Header*>(memory) - 1;
+    if (header->isCounted)
+        test::Allocations::NoteFree();
+    std::free(header);
+}
+
+} // namespace
+
 void* operator new(std::size_t size)
 {
-    test::Allocations::Note();
-    void* memory = std::malloc(size != 0 ? size : 1);
-    if (!memory)
+    const bool isCounted = test::Allocations::Note();
+    auto* header = static_cast<Header*>(std::malloc(sizeof(Header) + size));
+    if (!header) {
+        if (isCounted)
+            test::Allocations::NoteFree();
         throw std::bad_alloc();
-    return memory;
+    }
+    header->isCounted = isCounted;
+    return header + 1;
 }
 
 void operator delete(void* memory) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }
 
 void operator delete(void* memory, std::size_t) noexcept
 {
-    std::free(memory);
+    Free(memory);
 }
