@@ -1,5 +1,6 @@
 // Long runs: nothing torn, nothing lost without being counted, nothing that grows.
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -41,11 +42,18 @@ void expectNoGrowth(const Holdings& before)
     std::printf("resident pages: %ld, then %ld\n", before.residentPages, after.residentPages);
 }
 
+// How long the run is to be: from the environment, or the number that the tests take.
+uint64_t count(const char* variable, uint64_t usual)
+{
+    const char* text = std::getenv(variable);
+    return text ? std::strtoull(text, nullptr, 10) : usual;
+}
+
 } // namespace
 
-TEST(Soak, TenThousandFramesAtFullSizeWithASlowConsumer)
+TEST(Soak, FullSizeFramesWithASlowConsumer)
 {
-    constexpr uint64_t kFrames = 10'000;
+    const uint64_t kFrames = count("ZEVO_SOAK_FULL_SIZE_FRAMES", 10'000);
     constexpr uint64_t kPause = 200;
     constexpr unsigned kWidth = 2592;
     constexpr unsigned kHeight = 1944;
@@ -87,6 +95,33 @@ TEST(Soak, TenThousandFramesAtFullSizeWithASlowConsumer)
     std::printf("%lu delivered, %lu lost, last number %lu\n", kFrames, lost, lastId);
     EXPECT_GE(lost + kFrames, lastId);
     EXPECT_GT(lost, 10 * (kFrames / kPause - 2));
+}
+
+// As fast as they are taken: at 30 frames per second a day has 2,592,000.
+TEST(Soak, SmallFramesAsFastAsTheyAreTaken)
+{
+    const uint64_t frames = count("ZEVO_SOAK_SMALL_FRAMES", 20'000);
+    Streaming camera;
+    ASSERT_EQ(camera.write(remote::kWidth, 96), GC_ERR_SUCCESS);
+    ASSERT_EQ(camera.write(remote::kHeight, 104), GC_ERR_SUCCESS);
+    camera.start(8);
+    Holdings before;
+    uint64_t lastId = 0;
+    for (uint64_t delivered = 1; delivered <= frames; ++delivered) {
+        const BUFFER_HANDLE buffer = camera.take();
+        ASSERT_TRUE(buffer) << "frame " << delivered << ": " << lastError();
+        const uint64_t id = camera.info(buffer, BUFFER_INFO_FRAMEID);
+        ASSERT_GT(id, lastId);
+        ASSERT_EQ(camera.info(buffer, BUFFER_INFO_IS_INCOMPLETE), 0u);
+        lastId = id;
+        camera.giveBack(buffer);
+        if (delivered == frames / 20)
+            before = Holdings();
+    }
+    expectNoGrowth(before);
+    camera.stop();
+    std::printf("%lu delivered, %lu lost, last number %lu\n", frames, camera.lost(), lastId);
+    EXPECT_GE(camera.lost() + frames, lastId);
 }
 
 TEST(Soak, FiveHundredCyclesOfOpeningStreamingAndClosing)
