@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cinttypes>
+#include <new>
 
 #include "base/signal_block.h"
 #include "capture/grabber/pixel_format_table.h"
@@ -292,12 +293,15 @@ Result StreamGrabber::startCapturing()
         V4LX_TRACE(kTraceError, "There is no pipe to stop the grab loop thread by");
         return Result::Failure;
     }
-    if (!m_node.QueueAllBuffers())
-        return Result::Failure;
     createCaptureLoop();
     m_stopPipe->Clear();
-    if (!startCaptureThread())
-        return Result::Failure;
+    try {
+        if (!m_node.QueueAllBuffers() || !startCaptureThread())
+            return Result::Failure;
+    } catch (...) {
+        m_node.StreamOff("startCapturing"); // takes the buffers back, for the next start
+        throw;
+    }
     call(m_hooks.beforeStreamOn);
     if (!m_node.StreamOn("startCapturing"))
         return Result::Failure;
@@ -341,6 +345,8 @@ bool StreamGrabber::startCaptureThread()
         m_captureThread = std::thread([this] { runCaptureThread(); });
         m_state = State::Capturing;
         return true;
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception& error) {
         V4LX_TRACE(kTraceError, "Failed to start grab loop thread: %s", error.what());
     } catch (...) {

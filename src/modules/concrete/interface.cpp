@@ -5,6 +5,7 @@
 #include <boost/make_shared.hpp>
 
 #include "base/last_error.h"
+#include "base/scope_exit.h"
 #include "modules/concrete/device_info_mcm.h"
 #include "trace/gentl_trace.h"
 
@@ -55,6 +56,14 @@ GC_ERROR Interface::UpdateDeviceList(bool8_t* pbChanged, std::uint64_t /*iTimeou
         entry.found = false;
         entry.isNew = false;
     }
+    // A list that can't be completed stays as it was.
+    const bool wasUpdated = updated_;
+    ScopeExit takeBackOnException([this, wasUpdated] {
+        updated_ = wasUpdated;
+        devices_.erase(std::remove_if(devices_.begin(), devices_.end(),
+                                      [](const auto& entry) { return entry.isNew; }),
+                       devices_.end());
+    });
     const std::vector<std::shared_ptr<Camera>> cameras = manager_->GetCameras();
     GENTL_TRACE(kTraceCameraList, 4, "Adding %u cameras to index",
                 static_cast<unsigned>(cameras.size()));
@@ -78,6 +87,7 @@ GC_ERROR Interface::UpdateDeviceList(bool8_t* pbChanged, std::uint64_t /*iTimeou
                                   }),
                    devices_.end());
     OnListUpdated();
+    takeBackOnException.release();
     return GC_ERR_SUCCESS;
 }
 

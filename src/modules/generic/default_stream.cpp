@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 #include <boost/make_shared.hpp>
 
 #include "base/scope_exit.h"
+#include "modules/generic/close_quietly.h"
 #include "registers/space/register_data.h"
 
 namespace GenTLProducer
@@ -314,13 +316,24 @@ GC_ERROR CDefaultStream::StartAcquisition(ACQ_START_FLAGS iStartFlags, std::uint
     if (iStartFlags != ACQ_START_FLAGS_DEFAULT)
         return GC_ERR_NOT_IMPLEMENTED;
 
-    numToAcquire_ = iNumToAcquire;
-    delivered_ = 0;
+    const std::uint64_t numToAcquireBefore = std::exchange(numToAcquire_, iNumToAcquire);
+    const std::uint64_t deliveredBefore = std::exchange(delivered_, 0);
+    const bool hasInput = !inputQueue_.empty();
     isGrabbing_ = true;
-    if (const GC_ERROR result = LowLevelPrepareCapture(); result != GC_ERR_SUCCESS)
-        return result;
-    LowLevelUpdateQueues();
-    return LowLevelStartCapture();
+    try {
+        if (const GC_ERROR result = LowLevelPrepareCapture(); result != GC_ERR_SUCCESS)
+            return result;
+        LowLevelUpdateQueues();
+        return LowLevelStartCapture();
+    } catch (...) {
+        // A failure leaves the acquisition to be stopped, an exception undoes the call.
+        isGrabbing_ = false;
+        numToAcquire_ = numToAcquireBefore;
+        delivered_ = deliveredBefore;
+        if (hasInput)
+            CloseQuietly([this] { LowLevelUnprepare(); });
+        throw;
+    }
 }
 
 GC_ERROR CDefaultStream::StopAcquisition(ACQ_STOP_FLAGS iStopFlags)
