@@ -37,7 +37,7 @@ std::shared_ptr<BufferMemory> BufferMemory::Allocate(std::size_t length, unsigne
     return memory;
 }
 
-int BufferQueue::Request(unsigned count, std::size_t length)
+int BufferQueue::Request(unsigned count, std::size_t length, unsigned most)
 {
     if (isStreaming_)
         return -EBUSY;
@@ -45,7 +45,7 @@ int BufferQueue::Request(unsigned count, std::size_t length)
     memory_.reset();
     if (count == 0)
         return 0;
-    count = std::clamp(count, kMinimum, kMaximum);
+    count = std::min(std::clamp(count, kMinimum, kMaximum), most);
     memory_ = BufferMemory::Allocate(length, count);
     return memory_ ? static_cast<int>(count) : -ENOMEM;
 }

@@ -50,8 +50,9 @@ public:
     static constexpr unsigned kMinimum = 2;
     static constexpr unsigned kMaximum = 32;
 
-    /// Replaces the buffers; 0 frees them. Gives the number granted, or a negative errno.
-    int Request(unsigned count, std::size_t length);
+    /// Replaces the buffers; 0 frees them. Gives the number granted, at most `most`, or a negative
+    /// errno.
+    int Request(unsigned count, std::size_t length, unsigned most = kMaximum);
     int Queue(std::uint32_t index);
     /// The index, or -EAGAIN where a blocking call would wait.
     int Dequeue();

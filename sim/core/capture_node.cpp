@@ -253,7 +253,7 @@ int CaptureNode::RequestBuffers(OpenFile& file, v4l2_requestbuffers& request)
     if (IsBusy(file))
         return -EBUSY;
     const int granted =
-        queue_.Request(std::min(request.count, options_.maxBuffers), format_.Size());
+        queue_.Request(request.count, format_.Size(), options_.maxBuffers);
     if (granted < 0)
         return granted;
     request.count = static_cast<std::uint32_t>(granted);
