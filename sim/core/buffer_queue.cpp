@@ -17,6 +17,16 @@ std::size_t WholePages(std::size_t size)
 
 } // namespace
 
+void KernelBuffer::Suffer(const FaultInjector::Fault& fault)
+{
+    if (fault.effect == FaultEffect::Flag)
+        hasError = true;
+    else if (fault.effect == FaultEffect::Short)
+        bytesUsed = static_cast<std::uint32_t>(fault.value);
+    else if (fault.effect == FaultEffect::Index)
+        shownIndex = static_cast<std::uint32_t>(fault.value);
+}
+
 std::shared_ptr<BufferMemory> BufferMemory::Allocate(std::size_t length, unsigned count)
 {
     auto memory = std::make_shared<BufferMemory>();

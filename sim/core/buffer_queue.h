@@ -7,6 +7,7 @@
 #include <optional>
 #include <vector>
 
+#include "sim/core/fault_injector.h"
 #include "sim/core/monitor.h"
 #include "sim/core/system.h"
 
@@ -29,6 +30,9 @@ struct KernelBuffer {
     std::uint32_t bytesUsed = 0;
     unsigned mapCount = 0;
     std::optional<std::uint32_t> shownIndex; ///< a wrong one, as a fault has it
+
+    /// What a fault makes of the frame.
+    void Suffer(const FaultInjector::Fault& fault);
 };
 
 /// The memory of one request for buffers. Mappings of programs outlive it.

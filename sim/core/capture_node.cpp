@@ -252,8 +252,7 @@ int CaptureNode::RequestBuffers(OpenFile& file, v4l2_requestbuffers& request)
     const std::lock_guard lock(monitor_);
     if (IsBusy(file))
         return -EBUSY;
-    const int granted =
-        queue_.Request(request.count, format_.Size(), options_.maxBuffers);
+    const int granted = queue_.Request(request.count, format_.Size(), options_.maxBuffers);
     if (granted < 0)
         return granted;
     request.count = static_cast<std::uint32_t>(granted);
@@ -552,11 +551,6 @@ Nanoseconds CaptureNode::FramePeriod() const
     return static_cast<Nanoseconds>(static_cast<double>(kSecond) / std::max(rate, 0.001));
 }
 
-bool CaptureNode::FrameTime()
-{
-    return CaptureFrame();
-}
-
 bool CaptureNode::CaptureFrame()
 {
     std::unique_lock lock(monitor_);
@@ -592,7 +586,7 @@ bool CaptureNode::CaptureFrame()
     result.hasError = !painter_.Paint(target, format, *frame);
     result.bytesUsed = static_cast<std::uint32_t>(memory->length);
     if (fault)
-        Spoil(result, *fault);
+        result.Suffer(*fault);
     lock.lock();
 
     isFilling_ = false;
@@ -600,16 +594,6 @@ bool CaptureNode::CaptureFrame()
     UpdateReadiness();
     monitor_.NotifyAll();
     return true;
-}
-
-void CaptureNode::Spoil(KernelBuffer& result, const FaultInjector::Fault& fault)
-{
-    if (fault.effect == FaultEffect::Flag)
-        result.hasError = true;
-    else if (fault.effect == FaultEffect::Short)
-        result.bytesUsed = static_cast<std::uint32_t>(fault.value);
-    else if (fault.effect == FaultEffect::Index)
-        result.shownIndex = static_cast<std::uint32_t>(fault.value);
 }
 
 } // namespace zevo_sim

@@ -68,7 +68,7 @@ public:
 
     /// One frame of the source, on the caller's thread; what the frame thread does otherwise.
     /// False if the source sends none, or the node doesn't capture.
-    bool FrameTime();
+    bool FrameTime() { return CaptureFrame(); }
     /// The driver finds its hardware broken.
     void GiveUp();
     /// The device is pulled.
@@ -98,7 +98,6 @@ private:
     void StopFrames();
     void RunFrames();
     bool CaptureFrame();
-    void Spoil(KernelBuffer& result, const FaultInjector::Fault& fault);
     int WaitForBuffer(int fd);
     Nanoseconds FramePeriod() const;
 

@@ -112,6 +112,10 @@ protected:
     std::uint64_t underrun_ = 0; ///< lost frames, as last asked for
 
 private:
+    // What a consumer can't change.
+    static constexpr std::size_t kAnnounceMinimum = 1;
+    static constexpr std::size_t kAlignment = 1;
+
     void DeclareRegisters();
     void ReleaseEvent();
     BufferPtr FindAnnounced(BUFFER_HANDLE hBuffer) const;
@@ -122,7 +126,7 @@ private:
 
     InfoPtr streamInfo_;
     std::vector<BufferPtr> slots_; ///< outlives the queues, which link what is in it
-    StreamQueue freeQueue_; ///< slots without an announced buffer
+    StreamQueue freeQueue_;        ///< slots without an announced buffer
     StreamQueue unqueuedQueue_;
     StreamQueue outputQueue_; ///< has a pipe
     StreamQueue inputQueue_;
