@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 
 #include <gmock/gmock.h>
 
@@ -41,10 +42,27 @@ protected:
     static Words onBoard(const Words& arguments, const Words& boardOptions = {},
                          const std::string& board = "imx8mm")
     {
-        Words words{ZEVO_BOARD_PROGRAM, "--board", board, "--fps", "0"};
+        Words words = started(ZEVO_BOARD_PROGRAM);
+        words.insert(words.end(), {"--board", board, "--fps", "0", "--emulator", ZEVO_EMULATOR});
         words.insert(words.end(), boardOptions.begin(), boardOptions.end());
         words.insert(words.end(), {"--", ZEVO_TOOL});
         words.insert(words.end(), arguments.begin(), arguments.end());
+        return words;
+    }
+    /// The words that start a program built with the tests.
+    static Words started(const std::string& program, const Words& arguments = {})
+    {
+        std::istringstream emulator(ZEVO_EMULATOR);
+        Words words{std::istream_iterator<std::string>(emulator), {}};
+        words.push_back(program);
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        return words;
+    }
+    /// Frames that come, sooner or later.
+    static Words grab(const std::string& frames, const fs::path& output, const Words& more)
+    {
+        Words words{"grab", "-n", frames, "-o", output, "--timeout", "120000"};
+        words.insert(words.end(), more.begin(), more.end());
         return words;
     }
     static std::string producerFolder() { return fs::path(ZEVO_PRODUCER).parent_path().string(); }
@@ -95,9 +113,15 @@ TEST_F(ToolTest, TellsWhyThereIsNoCamera)
         Words words;
         Words reasons;
     } rows[] = {
-        {"", {ZEVO_TOOL, "list"}, {"no GenTL producer found", "GENICAM_GENTL64_PATH isn't set"}},
-        {"/nowhere", {ZEVO_TOOL, "grab"}, {"/nowhere: No such file or directory", "--cti"}},
-        {folder, {ZEVO_TOOL, "list"}, {"no producer could be used", "broken.cti: it can't be"}},
+        {"",
+         started(ZEVO_TOOL, {"list"}),
+         {"no GenTL producer found", "GENICAM_GENTL64_PATH isn't set"}},
+        {"/nowhere",
+         started(ZEVO_TOOL, {"grab"}),
+         {"/nowhere: No such file or directory", "--cti"}},
+        {folder,
+         started(ZEVO_TOOL, {"list"}),
+         {"no producer could be used", "broken.cti: it can't be"}},
         {producerFolder(),
          onBoard({"list"}, {"--model", "another"}),
          {"no camera found", ZEVO_PRODUCER, "/dev/video0"}},
@@ -194,7 +218,7 @@ TEST_F(ToolTest, PicturesShowTheScene)
         SCOPED_TRACE(std::string(row.board) + " " + row.format);
         const fs::path output = folder / row.board / row.format;
         const Outcome outcome =
-            run(onBoard({"grab", "-n", "1", "-o", output, "--format", row.format}, {}, row.board));
+            run(onBoard(grab("1", output, {"--format", row.format}), {}, row.board));
         EXPECT_EQ(outcome.code, 0) << outcome.err;
         const Png png = readPng(output / "frame-000000.png");
         ASSERT_EQ(png.width, 2592U);
@@ -206,9 +230,9 @@ TEST_F(ToolTest, PicturesShowTheScene)
 
 TEST_F(ToolTest, GrabsAsManyFramesAsWanted)
 {
-    const Outcome outcome =
-        run(onBoard({"grab", "-n", "7", "-o", folder, "--size", "640x480", "--set", "OffsetX=96",
-                     "--set", "OffsetY=48", "--buffers", "3"}));
+    const Outcome outcome = run(onBoard(grab(
+        "7", folder,
+        {"--size", "640x480", "--set", "OffsetX=96", "--set", "OffsetY=48", "--buffers", "3"})));
     EXPECT_EQ(outcome.code, 0) << outcome.err;
     EXPECT_THAT(outcome.out, AllOf(HasSubstr("frames       7\n"), HasSubstr("incomplete   0\n"),
                                    HasSubstr("640x480 YUV422_8_UYVY\n"), HasSubstr("frame rate "),
@@ -265,8 +289,7 @@ TEST_F(ToolTest, PrintsTheDescriptionOfEveryModule)
 /// A shell on a board, with its input.
 Outcome shell(const std::string& input)
 {
-    const Words words{ZEVO_BOARD_PROGRAM, "--board", "imx8mm", "--fps",      "0", "--",
-                      ZEVO_TOOL,          "shell",   "--cti",  ZEVO_PRODUCER};
+    const Words words = onBoard({"shell", "--cti", ZEVO_PRODUCER});
     return Process(words, {}, input).Wait();
 }
 
@@ -312,8 +335,8 @@ TEST_F(ToolTest, StoredSettingsComeBack)
     EXPECT_EQ(content(second), content(first));
     EXPECT_NE(content(defaults), content(first));
 
-    const Outcome grabbed = run(onBoard({"grab", "-n", "1", "--load", first, "--set",
-                                         "TriggerMode=Off", "--set", "TestPattern=Off"}));
+    const Outcome grabbed = run(onBoard({"grab", "-n", "1", "--timeout", "120000", "--load", first,
+                                         "--set", "TriggerMode=Off", "--set", "TestPattern=Off"}));
     EXPECT_EQ(grabbed.code, 0) << grabbed.err;
     EXPECT_THAT(grabbed.out, HasSubstr("1000x800"));
 }
@@ -353,7 +376,7 @@ TEST_F(ToolTest, StopsInGoodOrderWhenInterrupted)
     for (const auto& row : rows) {
         const fs::path output = folder / (std::string(row.frames) + std::to_string(row.signal));
         fs::create_directory(output);
-        Process process(onBoard({"grab", "-n", row.frames, "-o", output, "--size", "640x480"}),
+        Process process(onBoard(grab(row.frames, output, {"--size", "640x480"})),
                         {{"GENICAM_GENTL64_PATH", producerFolder()}});
         waitForFile(output);
         kill(process.Id(), row.signal);
