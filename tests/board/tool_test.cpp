@@ -75,6 +75,11 @@ protected:
         std::ifstream file(path, std::ios::binary);
         return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     }
+    /// A shell on a board, with its input.
+    static Outcome shell(const std::string& input)
+    {
+        return Process(onBoard({"shell", "--cti", ZEVO_PRODUCER}), {}, input).Wait();
+    }
     std::size_t numberOfPictures() const
     {
         std::size_t number = 0;
@@ -286,18 +291,11 @@ TEST_F(ToolTest, PrintsTheDescriptionOfEveryModule)
     }
 }
 
-/// A shell on a board, with its input.
-Outcome shell(const std::string& input)
-{
-    const Words words = onBoard({"shell", "--cti", ZEVO_PRODUCER});
-    return Process(words, {}, input).Wait();
-}
-
 TEST_F(ToolTest, ShellKeepsSettingsAndGoesOn)
 {
     const Outcome outcome = shell("set Width=640 'Height=480' # small\n\n"
                                   "get Width Height\nset Height=1\nnonsense\nset 'Width\n"
-                                  "get Height\ngrab -n 2\nquit\nget Width\n");
+                                  "get Height\ngrab -n 2 --timeout 120000\nquit\nget Width\n");
     EXPECT_EQ(outcome.code, 1);
     EXPECT_THAT(outcome.out, AllOf(StartsWith("640\n480\n480\nframes       2\n"),
                                    HasSubstr("640x480"), testing::EndsWith("time stamp\n")));
