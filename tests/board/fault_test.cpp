@@ -20,11 +20,16 @@ const auto g_arm = reinterpret_cast<FaultArm>(::dlsym(RTLD_DEFAULT, "zevo_fault_
 const auto g_count = reinterpret_cast<FaultCount>(::dlsym(RTLD_DEFAULT, "zevo_fault_count"));
 const auto g_faulted = reinterpret_cast<FaultedCall>(::dlsym(RTLD_DEFAULT, "zevo_faulted_call"));
 
+// A run with a fault doesn't wait long for a frame that doesn't come, the others do.
+constexpr uint64_t kShortWaitMs = 40;
+
 // One whole run, written out so that every step may fail and the rest still happens. Gives the
 // first failing step with its code, or an empty text.
 class Walk
 {
 public:
+    explicit Walk(uint64_t timeoutMs = 120'000) : timeoutMs_(timeoutMs) {}
+
     std::string operator()()
     {
         Producer& p = producer();
@@ -98,7 +103,7 @@ private:
         for (int i = 0; i < 4; ++i) {
             EVENT_NEW_BUFFER_DATA data{};
             size_t size = sizeof data;
-            if (!step("EventGetData", producer().EventGetData(event_, &data, &size, 2000)))
+            if (!step("EventGetData", producer().EventGetData(event_, &data, &size, timeoutMs_)))
                 return;
             ++frames_;
             step("DSQueueBuffer", producer().DSQueueBuffer(stream_, data.BufferHandle));
@@ -112,6 +117,7 @@ private:
     DS_HANDLE stream_ = nullptr;
     EVENT_HANDLE event_ = nullptr;
     char id_[256] = {};
+    const uint64_t timeoutMs_;
     uint64_t frames_ = 0;
     std::string failure_;
 };
@@ -127,7 +133,7 @@ TEST(Faults, EachSystemCallFailsOnceAndTheNextRunIsClean)
     std::size_t injected = 0;
     for (bool isFaulted = true; isFaulted;) {
         g_arm(++injected, EIO);
-        const std::string failure = Walk()();
+        const std::string failure = Walk(kShortWaitMs)();
         g_count();
         isFaulted = g_faulted() != nullptr;
         if (isFaulted) {
