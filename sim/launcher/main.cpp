@@ -9,7 +9,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <iterator>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -38,6 +40,7 @@ struct Arguments {
     std::string scene;
     std::string kmsg;
     std::string library;
+    std::string emulator; ///< its words, separated by blanks
     std::vector<std::string> preloads;
     std::vector<char*> command; ///< the words behind "--", untouched, with a null at the end
 };
@@ -137,13 +140,37 @@ zevo_sim::BoardOptions MakeOptions(const Arguments& arguments)
     return options;
 }
 
-int Start(const Arguments& arguments)
+int Start(char** command)
 {
-    setenv("LD_PRELOAD", MakePreload(arguments).c_str(), 1);
-    execvp(arguments.command[0], arguments.command.data());
-    std::fprintf(stderr, "zevo-board: can't start %s: %s\n", arguments.command[0],
-                 std::strerror(errno));
+    execvp(command[0], command);
+    std::fprintf(stderr, "zevo-board: can't start %s: %s\n", command[0], std::strerror(errno));
     return kCannotStart;
+}
+
+/// The command is a file to the emulator, which is a program of the host: that one must not be
+/// given the libraries, so they come in as a variable of the command alone.
+int StartEmulated(const Arguments& arguments, const std::string& preload)
+{
+    if (preload.find(',') != std::string::npos)
+        throw std::runtime_error("an emulator can't preload a library from a path with a comma: " +
+                                 preload);
+    std::istringstream text(arguments.emulator);
+    std::vector<std::string> words{std::istream_iterator<std::string>(text), {}};
+    if (words.empty())
+        throw std::invalid_argument("--emulator names no program");
+    const std::string program = zevo_board::FindProgram(arguments.command[0]);
+    if (access(program.c_str(), F_OK) != 0) {
+        std::fprintf(stderr, "zevo-board: can't start %s: %s\n", arguments.command[0],
+                     std::strerror(errno));
+        return kCannotStart;
+    }
+    words.insert(words.end(), {"-E", "LD_PRELOAD=" + preload, program});
+    std::vector<char*> command;
+    for (std::string& word : words)
+        command.push_back(word.data());
+    command.insert(command.end(), arguments.command.begin() + 1, arguments.command.end());
+    unsetenv("LD_PRELOAD");
+    return Start(command.data());
 }
 
 constexpr char kDescription[] =
@@ -155,7 +182,8 @@ constexpr char kFooter[] =
     "  zevo-board --board imx8mm -- zevo list\n"
     "  zevo-board --board imx8mp --scene photo.png -- zevo grab -n 10 -o pictures\n"
     "  zevo-board --board generic --fps 0 -- ./soak-test\n"
-    "  zevo-board --board imx8mm --fault frame:unplug:after=100 -- zevo grab -n 200\n";
+    "  zevo-board --board imx8mm --fault frame:unplug:after=100 -- zevo grab -n 200\n"
+    "  zevo-board --board imx8mm --emulator 'qemu-aarch64 -L /' -- arm64/zevo list\n";
 
 class HelpFormatter : public CLI::Formatter
 {
@@ -235,6 +263,11 @@ void AddOptions(CLI::App& app, Arguments& arguments, bool& isList)
     app.add_option("--library", arguments.library,
                    "The board's library, where it isn't found beside this program")
         ->type_name("FILE");
+    app.add_option("--emulator", arguments.emulator,
+                   "Start the command, built for another processor as the board's library is, "
+                   "through this emulator, one that takes variables with -E as those of QEMU do; "
+                   "blanks separate its arguments")
+        ->type_name("COMMAND");
 }
 
 } // namespace
@@ -270,7 +303,11 @@ int main(int argc, char** argv)
         if (arguments.command.size() < 2)
             throw std::invalid_argument("there is no command to start; it stands behind --");
         setenv(zevo_sim::kBoardVariable, MakeOptions(arguments).ToText().c_str(), 1);
-        return Start(arguments);
+        const std::string preload = MakePreload(arguments);
+        if (!arguments.emulator.empty())
+            return StartEmulated(arguments, preload);
+        setenv("LD_PRELOAD", preload.c_str(), 1);
+        return Start(arguments.command.data());
     } catch (const std::exception& error) {
         std::fprintf(stderr, "zevo-board: %s\n", error.what());
         return kUsageError;

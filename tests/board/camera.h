@@ -60,8 +60,9 @@ public:
     void start(std::size_t buffers, uint64_t frames = GENTL_INFINITE);
     void stop();
 
-    /// The next frame's buffer, or null with the result in lastResult.
-    BUFFER_HANDLE take(uint64_t timeoutMs = 5000);
+    /// The next frame's buffer, or null with the result in lastResult. It comes within the first
+    /// time, however slow the machine is.
+    BUFFER_HANDLE take(uint64_t timeoutMs = 120'000);
     void giveBack(BUFFER_HANDLE buffer);
 
     uint64_t info(BUFFER_HANDLE buffer, BUFFER_INFO_CMD command) const;

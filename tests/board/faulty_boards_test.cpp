@@ -27,7 +27,9 @@ constexpr char kNoFrame[] = "\nEventGetData: -1011, ";
 // The log is written ahead of the result. Waits of the producer take no time here.
 std::string run(const char* options, unsigned frameTimeoutMs)
 {
-    return "\n" + runCommand(std::string(ZEVO_BOARD_PROGRAM) + " --fps 0 --board " + options +
+    return "\n" + runCommand(ZEVO_EMULATOR " " ZEVO_BOARD_PROGRAM " --emulator '" ZEVO_EMULATOR
+                                           "' --fps 0 --board " +
+                             std::string(options) +
                              " --preload " ZEVO_FAULT_LIBRARY " -- " ZEVO_WALK_PROGRAM " " +
                              std::to_string(frameTimeoutMs) + " 2>&1")
                       .output;

@@ -167,7 +167,7 @@ TEST(Library, AForkedChildMayExit)
 #if !defined(__SANITIZE_ADDRESS__) && !defined(ZEVO_THREAD_SANITIZER)
 TEST(Library, StartedAsAProgramItPrintsItsVersionAndEnds)
 {
-    const auto [status, output] = runCommand(producerPath());
+    const auto [status, output] = runCommand(ZEVO_EMULATOR " " + producerPath());
     EXPECT_EQ(status, 0);
     EXPECT_TRUE(std::regex_match(
         output, std::regex("GenTLProducerZEVO[^\n]*\nVersion 2\\.0\\.0\nTag: 2\\.0\\.0\n"

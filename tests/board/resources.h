@@ -1,6 +1,9 @@
 // What a process holds of the kernel's.
 #pragma once
 
+#include <sched.h>
+
+#include <algorithm>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
@@ -23,14 +26,28 @@ inline std::size_t bufferMappings()
     return count;
 }
 
+/// Waits for threads that have been joined: they may be counted for a moment longer, in an emulator
+/// above all. False if more than the wanted number stay.
+inline bool comesDownToThreads(std::size_t wanted)
+{
+    constexpr int kTries = 100'000;
+    for (int i = 0; i < kTries; ++i) {
+        if (entriesOf("/proc/self/task") <= wanted)
+            return true;
+        sched_yield();
+    }
+    return false;
+}
+
 struct Resources {
     std::size_t descriptors = entriesOf("/proc/self/fd");
     std::size_t threads = entriesOf("/proc/self/task");
     std::size_t mappings = bufferMappings();
 
+    /// Compares what was held with what is held now.
     bool operator==(const Resources& other) const
     {
-        return descriptors == other.descriptors && threads == other.threads &&
-               mappings == other.mappings;
+        return descriptors == other.descriptors && mappings == other.mappings &&
+               (threads == other.threads || comesDownToThreads(std::min(threads, other.threads)));
     }
 };

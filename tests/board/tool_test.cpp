@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 
 #include <gmock/gmock.h>
 
@@ -41,10 +42,27 @@ protected:
     static Words onBoard(const Words& arguments, const Words& boardOptions = {},
                          const std::string& board = "imx8mm")
     {
-        Words words{ZEVO_BOARD_PROGRAM, "--board", board, "--fps", "0"};
+        Words words = started(ZEVO_BOARD_PROGRAM);
+        words.insert(words.end(), {"--board", board, "--fps", "0", "--emulator", ZEVO_EMULATOR});
         words.insert(words.end(), boardOptions.begin(), boardOptions.end());
         words.insert(words.end(), {"--", ZEVO_TOOL});
         words.insert(words.end(), arguments.begin(), arguments.end());
+        return words;
+    }
+    /// The words that start a program built with the tests.
+    static Words started(const std::string& program, const Words& arguments = {})
+    {
+        std::istringstream emulator(ZEVO_EMULATOR);
+        Words words{std::istream_iterator<std::string>(emulator), {}};
+        words.push_back(program);
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        return words;
+    }
+    /// Frames that come, sooner or later.
+    static Words grab(const std::string& frames, const fs::path& output, const Words& more)
+    {
+        Words words{"grab", "-n", frames, "-o", output, "--timeout", "120000"};
+        words.insert(words.end(), more.begin(), more.end());
         return words;
     }
     static std::string producerFolder() { return fs::path(ZEVO_PRODUCER).parent_path().string(); }
@@ -56,6 +74,11 @@ protected:
     {
         std::ifstream file(path, std::ios::binary);
         return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    }
+    /// A shell on a board, with its input.
+    static Outcome shell(const std::string& input)
+    {
+        return Process(onBoard({"shell", "--cti", ZEVO_PRODUCER}), {}, input).Wait();
     }
     std::size_t numberOfPictures() const
     {
@@ -95,9 +118,15 @@ TEST_F(ToolTest, TellsWhyThereIsNoCamera)
         Words words;
         Words reasons;
     } rows[] = {
-        {"", {ZEVO_TOOL, "list"}, {"no GenTL producer found", "GENICAM_GENTL64_PATH isn't set"}},
-        {"/nowhere", {ZEVO_TOOL, "grab"}, {"/nowhere: No such file or directory", "--cti"}},
-        {folder, {ZEVO_TOOL, "list"}, {"no producer could be used", "broken.cti: it can't be"}},
+        {"",
+         started(ZEVO_TOOL, {"list"}),
+         {"no GenTL producer found", "GENICAM_GENTL64_PATH isn't set"}},
+        {"/nowhere",
+         started(ZEVO_TOOL, {"grab"}),
+         {"/nowhere: No such file or directory", "--cti"}},
+        {folder,
+         started(ZEVO_TOOL, {"list"}),
+         {"no producer could be used", "broken.cti: it can't be"}},
         {producerFolder(),
          onBoard({"list"}, {"--model", "another"}),
          {"no camera found", ZEVO_PRODUCER, "/dev/video0"}},
@@ -194,7 +223,7 @@ TEST_F(ToolTest, PicturesShowTheScene)
         SCOPED_TRACE(std::string(row.board) + " " + row.format);
         const fs::path output = folder / row.board / row.format;
         const Outcome outcome =
-            run(onBoard({"grab", "-n", "1", "-o", output, "--format", row.format}, {}, row.board));
+            run(onBoard(grab("1", output, {"--format", row.format}), {}, row.board));
         EXPECT_EQ(outcome.code, 0) << outcome.err;
         const Png png = readPng(output / "frame-000000.png");
         ASSERT_EQ(png.width, 2592U);
@@ -206,9 +235,9 @@ TEST_F(ToolTest, PicturesShowTheScene)
 
 TEST_F(ToolTest, GrabsAsManyFramesAsWanted)
 {
-    const Outcome outcome =
-        run(onBoard({"grab", "-n", "7", "-o", folder, "--size", "640x480", "--set", "OffsetX=96",
-                     "--set", "OffsetY=48", "--buffers", "3"}));
+    const Outcome outcome = run(onBoard(grab(
+        "7", folder,
+        {"--size", "640x480", "--set", "OffsetX=96", "--set", "OffsetY=48", "--buffers", "3"})));
     EXPECT_EQ(outcome.code, 0) << outcome.err;
     EXPECT_THAT(outcome.out, AllOf(HasSubstr("frames       7\n"), HasSubstr("incomplete   0\n"),
                                    HasSubstr("640x480 YUV422_8_UYVY\n"), HasSubstr("frame rate "),
@@ -262,19 +291,11 @@ TEST_F(ToolTest, PrintsTheDescriptionOfEveryModule)
     }
 }
 
-/// A shell on a board, with its input.
-Outcome shell(const std::string& input)
-{
-    const Words words{ZEVO_BOARD_PROGRAM, "--board", "imx8mm", "--fps",      "0", "--",
-                      ZEVO_TOOL,          "shell",   "--cti",  ZEVO_PRODUCER};
-    return Process(words, {}, input).Wait();
-}
-
 TEST_F(ToolTest, ShellKeepsSettingsAndGoesOn)
 {
     const Outcome outcome = shell("set Width=640 'Height=480' # small\n\n"
                                   "get Width Height\nset Height=1\nnonsense\nset 'Width\n"
-                                  "get Height\ngrab -n 2\nquit\nget Width\n");
+                                  "get Height\ngrab -n 2 --timeout 120000\nquit\nget Width\n");
     EXPECT_EQ(outcome.code, 1);
     EXPECT_THAT(outcome.out, AllOf(StartsWith("640\n480\n480\nframes       2\n"),
                                    HasSubstr("640x480"), testing::EndsWith("time stamp\n")));
@@ -312,8 +333,8 @@ TEST_F(ToolTest, StoredSettingsComeBack)
     EXPECT_EQ(content(second), content(first));
     EXPECT_NE(content(defaults), content(first));
 
-    const Outcome grabbed = run(onBoard({"grab", "-n", "1", "--load", first, "--set",
-                                         "TriggerMode=Off", "--set", "TestPattern=Off"}));
+    const Outcome grabbed = run(onBoard({"grab", "-n", "1", "--timeout", "120000", "--load", first,
+                                         "--set", "TriggerMode=Off", "--set", "TestPattern=Off"}));
     EXPECT_EQ(grabbed.code, 0) << grabbed.err;
     EXPECT_THAT(grabbed.out, HasSubstr("1000x800"));
 }
@@ -353,7 +374,7 @@ TEST_F(ToolTest, StopsInGoodOrderWhenInterrupted)
     for (const auto& row : rows) {
         const fs::path output = folder / (std::string(row.frames) + std::to_string(row.signal));
         fs::create_directory(output);
-        Process process(onBoard({"grab", "-n", row.frames, "-o", output, "--size", "640x480"}),
+        Process process(onBoard(grab(row.frames, output, {"--size", "640x480"})),
                         {{"GENICAM_GENTL64_PATH", producerFolder()}});
         waitForFile(output);
         kill(process.Id(), row.signal);

@@ -12,7 +12,7 @@ class Walk
 {
 public:
     /// How long a frame may take.
-    explicit Walk(uint64_t timeoutMs = 5000) : timeoutMs_(timeoutMs) {}
+    explicit Walk(uint64_t timeoutMs = 120000) : timeoutMs_(timeoutMs) {}
 
     /// The first failing step with its code and words, or an empty text.
     std::string operator()();

@@ -280,7 +280,8 @@ TEST_F(PortTest, OpensOnce)
     EXPECT_EQ(errorOf([this] { port_->Open(); }), "Register 3221225472 already declared.");
 }
 
-/// While it lives, no thread can be made: none has room for its stack.
+/// While it lives, no thread can be made: none has room for its stack, larger than what any
+/// processor can address.
 class NoThreads
 {
 public:
@@ -289,7 +290,7 @@ public:
         pthread_attr_t huge;
         ::pthread_getattr_default_np(&before_);
         ::pthread_getattr_default_np(&huge);
-        ::pthread_attr_setstacksize(&huge, std::size_t{1} << 46);
+        ::pthread_attr_setstacksize(&huge, std::size_t{1} << 60);
         EXPECT_EQ(::pthread_setattr_default_np(&huge), 0);
         ::pthread_attr_destroy(&huge);
     }

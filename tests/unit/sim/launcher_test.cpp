@@ -15,7 +15,7 @@ namespace
 
 CommandResult RunLauncher(const std::string& arguments)
 {
-    return runCommand(std::string(ZEVO_BOARD_PROGRAM) + " " + arguments + " 2>&1");
+    return runCommand(ZEVO_EMULATOR " " ZEVO_BOARD_PROGRAM " " + arguments + " 2>&1");
 }
 
 TEST(Launcher, ExitCodesAndMessages)
@@ -48,17 +48,33 @@ TEST(Launcher, ExitCodesAndMessages)
         {"--board imx8mm --library /no/such.so -- true", 2, "/no/such.so"},
         {"--board imx8mm -- /no/such/command", 127, "can't start /no/such/command"},
         {"--board imx8mm -- sh -c 'exit 42'", 42, ""},
-        {"--board imx8mm -- cat /sys/devices/soc0/soc_id", 0, "i.MX8MM"},
         {"--board imx8mm -- cat /dev/video3", 1, "No such file"},
         {"--board imx8mm true", 2, "true"},
         {"--board imx8mm -- printf '<%s>' -- --x '' '[a,b]' --help", 0,
          "<--><--x><><[a,b]><--help>"},
+        {"--board imx8mm --emulator 'echo -L /' -- /bin/sh -E x", 0,
+         "/libzevo-board.so /bin/sh -E x\n"},
+        {"--board imx8mm --emulator 'echo -L /' -- /bin/sh", 0, "-L / -E LD_PRELOAD=/"},
+        {"--board imx8mm --emulator 'sh -c env' -- sh", 0, "ZEVO_BOARD=board=imx8mm"},
+        {"--board imx8mm --emulator echo -- /no/such/command", 127, "start /no/such/command: No"},
+        {"--board imx8mm --emulator /no/such/emulator -- sh", 127, "start /no/such/emulator: No"},
+        {"--board imx8mm --emulator ' ' -- sh", 2, "--emulator names no program"},
+        {"--board imx8mm --emulator echo --preload /a,b.so -- sh", 2, "comma"},
     };
     for (const auto& c : cases) {
         const CommandResult outcome = RunLauncher(c.arguments);
         EXPECT_EQ(outcome.exitCode, c.exitCode) << c.arguments << "\n" << outcome.output;
         EXPECT_NE(outcome.output.find(c.words), std::string::npos) << outcome.output;
     }
+}
+
+TEST(Launcher, ProgramsOfTheSystemSeeTheBoard)
+{
+    if (*ZEVO_EMULATOR != '\0')
+        GTEST_SKIP() << "the host's programs can't load the library of another processor";
+    const CommandResult outcome = RunLauncher("--board imx8mm -- cat /sys/devices/soc0/soc_id");
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.output, "i.MX8MM\n");
 }
 
 /// A picture of two by one pixels is scaled to the sensor's width, with black above and below.

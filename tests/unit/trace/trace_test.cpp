@@ -16,7 +16,7 @@ using testing::Not;
 // Both outputs of the probe, started with these variables.
 std::string run(const std::string& variables)
 {
-    return runCommand("env -i " + variables + " " TRACE_PROBE " 2>&1").output;
+    return runCommand("env -i " + variables + " " ZEVO_EMULATOR " " TRACE_PROBE " 2>&1").output;
 }
 
 bool matches(const std::string& output, const char* pattern)

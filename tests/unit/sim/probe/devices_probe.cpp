@@ -226,7 +226,11 @@ TEST_F(Devices, LastCloseOfAnyKindFreesTheNode)
     struct stat status;
     EXPECT_EQ(fstat(reused, &status), 0);
     EXPECT_EQ(ioctl(reused, VIDIOC_QUERYBUF, &status), -1);
-    EXPECT_EQ(errno, ENOTTY);
+    const int error = errno;
+    const int foreign = open("/dev/null", O_RDWR);
+    EXPECT_EQ(ioctl(foreign, VIDIOC_QUERYBUF, &status), -1);
+    EXPECT_EQ(errno, error);
+    close(foreign);
     close(reused);
 }
 
@@ -265,6 +269,15 @@ std::size_t ThreadCount()
     return count;
 }
 
+/// A thread that has been joined may be seen for a moment longer, under an emulator above all.
+bool IsThreadCount(std::size_t expected)
+{
+    constexpr int kTries = 100'000;
+    for (int i = 0; i < kTries && ThreadCount() != expected; ++i)
+        sched_yield();
+    return ThreadCount() == expected;
+}
+
 std::size_t DescriptorCount()
 {
     std::size_t count = 0;
@@ -279,12 +292,12 @@ TEST(Growth, ThreadsAndDescriptorsGoWithTheStream)
     const std::size_t descriptors = DescriptorCount();
     for (int i = 0; i < 50; ++i) {
         const int fd = open(kVideo, O_RDWR);
-        EXPECT_EQ(ThreadCount(), threads);
+        EXPECT_TRUE(IsThreadCount(threads));
         {
             Running stream(fd);
-            EXPECT_EQ(ThreadCount(), threads + 1);
+            EXPECT_TRUE(IsThreadCount(threads + 1));
         }
-        EXPECT_EQ(ThreadCount(), threads);
+        EXPECT_TRUE(IsThreadCount(threads));
         close(fd);
         EXPECT_EQ(DescriptorCount(), descriptors);
     }
