@@ -99,7 +99,7 @@ EXPORT int ioctl(int fd, unsigned long request, ...) noexcept
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
     NEXT(ioctl);
-    if (!isProducer(__builtin_return_address(0)))
+    if (!t_isCapture && !isProducer(__builtin_return_address(0)))
         return real(fd, request, argument);
     noteTransferOf(request, argument);
     if (request == VIDIOC_DQBUF && !t_isCapture) {
@@ -123,7 +123,7 @@ EXPORT int ioctl(int fd, unsigned long request, ...) noexcept
 EXPORT int poll(pollfd* entries, nfds_t count, int timeoutMs)
 {
     NEXT(poll);
-    if (t_isCapture && count == 1 && timeoutMs == 0 && isProducer(__builtin_return_address(0))) {
+    if (t_isCapture && count == 1 && timeoutMs == 0) {
         const double now = readClock(CLOCK_MONOTONIC);
         const double copied = readClock(CLOCK_THREAD_CPUTIME_ID) - t_dequeued;
         const std::lock_guard<std::mutex> lock(g_mutex);

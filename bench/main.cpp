@@ -42,12 +42,14 @@ int main(int argc, char** argv)
         IgnoreLimits();
     if (option == "--tuned-memcpy")
         return ServeTunedMemcpy(effort);
+    if (option == "--transfers" && zevo_bench_transfers)
+        return ListTransfers();
     if (option == "--start-up")
         return ServeStartUp();
     if (option == "--resident" && argc == 3)
         return ServeResidentMemory(std::strtoul(argv[2], nullptr, 10));
     if (option.empty() || isQuick)
         return measureAll(effort);
-    std::fprintf(stderr, "usage: zevo-bench [--quick]\n");
+    std::fprintf(stderr, "usage: zevo-bench [--quick | --transfers]\n");
     return 2;
 }

@@ -1,5 +1,5 @@
 #include <algorithm>
-#include <map>
+#include <cstdio>
 
 #include "counter.h"
 #include "sections.h"
@@ -12,15 +12,29 @@ namespace
 
 constexpr std::size_t kFirmwareSize = 76144;
 
-} // namespace
-
-void MeasureOpening(Camera& camera)
+// Opens the device and gives the transfers of that.
+std::vector<BusTransfer> openDevice(Camera& camera)
 {
     const std::size_t before = ReadTransfers().size();
     camera.OpenDevice();
-    std::vector<BusTransfer> transfers = ReadTransfers();
-    transfers.erase(transfers.begin(), transfers.begin() + static_cast<std::ptrdiff_t>(before));
+    const std::vector<BusTransfer> all = ReadTransfers();
+    return {all.begin() + static_cast<std::ptrdiff_t>(before), all.end()};
+}
 
+} // namespace
+
+int ListTransfers()
+{
+    Camera camera;
+    for (const BusTransfer& transfer : openDevice(camera))
+        std::printf("%s 0x%04x %u\n", transfer.isWrite ? "write" : "read ", transfer.address,
+                    transfer.size);
+    return 0;
+}
+
+void MeasureOpening(Camera& camera)
+{
+    const std::vector<BusTransfer> transfers = openDevice(camera);
     std::size_t reads = 0;
     std::size_t bytes = 0;
     std::size_t longest = 0;

@@ -12,6 +12,8 @@ void MeasureCalls(const Effort& effort, Camera& camera);
 void MeasureCapture(const Effort& effort, Camera& camera);
 /// What IFOpenDevice sends over the bus; leaves the device open.
 void MeasureOpening(Camera& camera);
+/// Prints these transfers: direction, address, bytes.
+int ListTransfers();
 /// Loading, size and memory; in children of this program.
 void MeasureStartUp(const Effort& effort);
 /// A child's part of that: how much memory is resident with so many buffers.

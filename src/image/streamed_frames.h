@@ -132,10 +132,10 @@ private:
 };
 
 template <typename Kit, typename Taken>
-void streamLines(const Middle& middle, std::size_t first, std::size_t count) noexcept
+void streamRest(const Middle& middle, std::size_t first) noexcept
 {
     constexpr std::size_t kStep = kLine * Taken::kStep;
-    for (std::size_t i = first; i < first + count; ++i)
+    for (std::size_t i = first; i < middle.lines; ++i)
         Kit::stream(middle.destination + i * kLine, Taken::take(middle.source + i * kStep));
 }
 
@@ -148,23 +148,39 @@ void prefetchLines(const std::uint8_t* source, std::size_t count) noexcept
         Kit::prefetchFar(reinterpret_cast<std::uintptr_t>(source) + i * kLine + kDistance);
 }
 
+// Reads before it writes: the writes wait for their lines' buffers, and reads behind them do too.
+template <typename Kit>
+void streamBlocks(const Middle& even, const Middle& luma, const Middle& chroma,
+                  std::size_t first) noexcept
+{
+    constexpr std::size_t kCount = Kit::kUnroll;
+    typename Kit::Block blocks[3 * kCount];
+    prefetchLines<Kit>(even.source + first * kLine, kCount);
+    prefetchLines<Kit>(luma.source + first * 2 * kLine, 2 * kCount);
+    for (std::size_t i = 0; i < kCount; ++i) {
+        blocks[i] = Plain<Kit>::take(even.source + (first + i) * kLine);
+        blocks[kCount + i] = Luma<Kit>::take(luma.source + (first + i) * 2 * kLine);
+        blocks[2 * kCount + i] = Chroma<Kit>::take(chroma.source + (first + i) * 2 * kLine);
+    }
+    const Middle* const planes[] = {&even, &luma, &chroma};
+    for (std::size_t plane = 0; plane < 3; ++plane) {
+        for (std::size_t i = 0; i < kCount; ++i)
+            Kit::stream(planes[plane]->destination + (first + i) * kLine,
+                        blocks[plane * kCount + i]);
+    }
+}
+
 template <typename Kit>
 void streamPair(const Middle& even, const Middle& luma, const Middle& chroma) noexcept
 {
-    constexpr std::size_t kUnroll = Kit::kUnroll;
     std::size_t common = even.lines < luma.lines ? even.lines : luma.lines;
     common = chroma.lines < common ? chroma.lines : common;
     std::size_t i = 0;
-    for (; i + kUnroll <= common; i += kUnroll) {
-        prefetchLines<Kit>(even.source + i * kLine, kUnroll);
-        prefetchLines<Kit>(luma.source + i * 2 * kLine, 2 * kUnroll);
-        streamLines<Kit, Plain<Kit>>(even, i, kUnroll);
-        streamLines<Kit, Luma<Kit>>(luma, i, kUnroll);
-        streamLines<Kit, Chroma<Kit>>(chroma, i, kUnroll);
-    }
-    streamLines<Kit, Plain<Kit>>(even, i, even.lines - i);
-    streamLines<Kit, Luma<Kit>>(luma, i, luma.lines - i);
-    streamLines<Kit, Chroma<Kit>>(chroma, i, chroma.lines - i);
+    for (; i + Kit::kUnroll <= common; i += Kit::kUnroll)
+        streamBlocks<Kit>(even, luma, chroma, i);
+    streamRest<Kit, Plain<Kit>>(even, i);
+    streamRest<Kit, Luma<Kit>>(luma, i);
+    streamRest<Kit, Chroma<Kit>>(chroma, i);
 }
 
 template <typename Kit>
