@@ -37,5 +37,8 @@ private:
 
 /// The rows of copy and conversion.
 void MeasureCopies(const Effort& effort);
+/// The same in a child whose memcpy goes past the caches from 1 MiB on, which a process can't
+/// change for itself. The number of rows beyond their limits.
+int MeasureCopiesTuned(const Effort& effort);
 
 } // namespace zevo_bench
