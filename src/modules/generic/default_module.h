@@ -5,12 +5,14 @@
 #include "modules/generic/handle_registry.h"
 #include "modules/generic/port_description.h"
 #include "registers/space/cregister_map.h"
+#include "trace/gentl_trace.h"
 
 namespace GenTLProducer
 {
 
-/// Implements the register port and the handles for T, an IModule. Register accesses throw as
-/// CRegisterMap does; the exported port functions turn that into results.
+/// Implements the register port and the handles for T, an IModule. Writes, and reads whose
+/// results are traced, throw as CRegisterMap does; the exported port functions turn that into the
+/// results that the others give.
 template <typename T>
 class CDefaultModule : public CDefaultPort<T>
 {
@@ -22,7 +24,19 @@ public:
         const Lock lock(this->mutex_);
         if (!this->isOpen_)
             return GC_ERR_NOT_INITIALIZED;
-        registers_.UserRead(iAddress, pBuffer, *piSize);
+        // Consumers try registers: an exception is thrown only where its words are traced.
+        if (IsGenTLTraced(kTraceResults, 1)) {
+            registers_.UserRead(iAddress, pBuffer, *piSize);
+            return GC_ERR_SUCCESS;
+        }
+        switch (registers_.TryUserRead(iAddress, pBuffer, *piSize)) {
+        case CRegisterMap::Refusal::Address:
+            return GC_ERR_INVALID_ADDRESS;
+        case CRegisterMap::Refusal::Access:
+            return GC_ERR_ACCESS_DENIED;
+        case CRegisterMap::Refusal::None:
+            break;
+        }
         return GC_ERR_SUCCESS;
     }
 

@@ -130,7 +130,21 @@ void CRegisterMap::UserWrite(std::uint64_t address, const void* buffer, std::siz
     DoWrite(address, buffer, size, true);
 }
 
-CRegisterMap::Target CRegisterMap::Find(std::uint64_t address)
+CRegisterMap::Refusal CRegisterMap::TryUserRead(std::uint64_t address, void* buffer,
+                                                std::size_t size)
+{
+    const Target target = Look(address);
+    if (!target.entry || address == kInvalidAddress)
+        return Refusal::Address;
+    if ((target.entry->access & kReadable) == 0)
+        return Refusal::Access;
+    if (!IsInside(target.offset, size, target.entry->size()))
+        return Refusal::Address;
+    Fetch(target, buffer, size, true);
+    return Refusal::None;
+}
+
+CRegisterMap::Target CRegisterMap::Look(std::uint64_t address) noexcept
 {
     const auto exact = entries_.find(address);
     if (exact != entries_.end())
@@ -143,7 +157,15 @@ CRegisterMap::Target CRegisterMap::Find(std::uint64_t address)
         if (address - base < entry.size())
             return {base, static_cast<std::size_t>(address - base), &entry};
     }
-    throw std::invalid_argument(Message(address, " is not available."));
+    return {address, 0, nullptr};
+}
+
+CRegisterMap::Target CRegisterMap::Find(std::uint64_t address)
+{
+    const Target target = Look(address);
+    if (!target.entry)
+        throw std::invalid_argument(Message(address, " is not available."));
+    return target;
 }
 
 void CRegisterMap::DoRead(std::uint64_t address, void* buffer, std::size_t size, bool external)
@@ -156,6 +178,12 @@ void CRegisterMap::DoRead(std::uint64_t address, void* buffer, std::size_t size,
     if (!IsInside(target.offset, size, entry.size()))
         throw std::out_of_range(Message(address, " read access range error."));
 
+    Fetch(target, buffer, size, external);
+}
+
+void CRegisterMap::Fetch(const Target& target, void* buffer, std::size_t size, bool external)
+{
+    Entry& entry = *target.entry;
     if (external && entry.callback != nullptr)
         entry.callback->OnRegisterRead(target.base, entry.block.data(), entry.size());
     CopyBytes(buffer, reinterpret_cast<const char*>(entry.block.data()) + target.offset, size);

@@ -67,6 +67,10 @@ public:
 
     /// A consumer's read. A callback refreshes the whole block first.
     virtual void UserRead(std::uint64_t address, void* buffer, std::size_t size);
+    /// The same, with refusals told without the cost of an exception. Address stands for those
+    /// that are std::invalid_argument and std::out_of_range, Access for access_error.
+    enum class Refusal : std::uint8_t { None, Address, Access };
+    Refusal TryUserRead(std::uint64_t address, void* buffer, std::size_t size);
     /// A consumer's write. A callback sees the whole block with the new bytes; when it throws, the
     /// block gets its old bytes back and the exception goes on.
     virtual void UserWrite(std::uint64_t address, const void* buffer, std::size_t size);
@@ -92,7 +96,10 @@ private:
         Entry* entry;
     };
 
+    /// Without an entry where no register is.
+    Target Look(std::uint64_t address) noexcept;
     Target Find(std::uint64_t address);
+    static void Fetch(const Target& target, void* buffer, std::size_t size, bool external);
 
     std::map<std::uint64_t, Entry> entries_;
     Block scratch_;

@@ -11,7 +11,6 @@
 #include "base/pfnc.h"
 #include "image/ap1302_image_processing.h"
 #include "image/copy_processing.h"
-#include "image/yuv420_conversion.h"
 #include "image/yuv420_image_processing.h"
 
 namespace V4lX

@@ -36,6 +36,15 @@ std::string Outcome(Function access)
     return {};
 }
 
+/// What TryUserRead tells in place of that outcome.
+CRegisterMap::Refusal RefusalOf(const std::string& outcome)
+{
+    if (outcome.empty())
+        return CRegisterMap::Refusal::None;
+    return outcome.rfind("access", 0) == 0 ? CRegisterMap::Refusal::Access
+                                           : CRegisterMap::Refusal::Address;
+}
+
 std::vector<std::uint8_t> Bytes(CRegisterMap& map, std::uint64_t address, std::size_t size)
 {
     std::vector<std::uint8_t> bytes(size, 0xAA);
@@ -108,6 +117,7 @@ TEST(CRegisterMap, RefusesWhatLiesOutsideARegister)
         if (const auto at = write.find("read access"); at != std::string::npos)
             write.replace(at, 4, "write");
         EXPECT_EQ(Outcome([&] { map.UserRead(c.address, buffer, c.size); }), c.read);
+        EXPECT_EQ(map.TryUserRead(c.address, buffer, c.size), RefusalOf(c.read)) << c.address;
         EXPECT_EQ(Outcome([&] { map.Read(c.address, buffer, c.size); }), c.read);
         EXPECT_EQ(Outcome([&] { map.UserWrite(c.address, buffer, c.size); }), write);
         EXPECT_EQ(Outcome([&] { map.Write(c.address, buffer, c.size); }), write);
@@ -137,6 +147,9 @@ TEST(CRegisterMap, MaskConcernsTheConsumerAlone)
         EXPECT_EQ(Outcome([&] { map.UserRead(8, &value, 4); }), c.read);
         EXPECT_EQ(Outcome([&] { map.UserWrite(8, &value, 4); }), c.write);
         EXPECT_EQ(space.calls.size(), std::size_t{*c.read == 0} + std::size_t{*c.write == 0});
+        value = 0;
+        EXPECT_EQ(map.TryUserRead(8, &value, 4), RefusalOf(c.read));
+        EXPECT_EQ(value != 0, *c.read == 0);
     }
 }
 
