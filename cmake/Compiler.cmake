@@ -39,7 +39,8 @@ elseif(ZEVO_SANITIZE STREQUAL "thread")
     target_link_options(zevo_options INTERFACE -fsanitize=thread)
 elseif(ZEVO_SANITIZE STREQUAL "fuzzer")
     target_compile_options(zevo_options INTERFACE
-        -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=undefined
+        -fsanitize=fuzzer-no-link,address,undefined,float-cast-overflow
+        -fno-sanitize-recover=undefined,float-cast-overflow
         -fno-omit-frame-pointer -O1)
     target_link_options(zevo_options INTERFACE -fsanitize=address,undefined)
 elseif(NOT ZEVO_SANITIZE STREQUAL "")

@@ -43,6 +43,7 @@ private:
     using Call = void (Consumer::*)();
     using Memory = std::unique_ptr<std::uint8_t[]>;
 
+    static constexpr std::size_t kMostHandles = 64;
     static const Call kCalls[];
     static const std::size_t kCallCount;
 
