@@ -37,6 +37,13 @@ if(ZEVO_SANITIZE STREQUAL "address")
 elseif(ZEVO_SANITIZE STREQUAL "thread")
     target_compile_options(zevo_options INTERFACE -fsanitize=thread -O1)
     target_link_options(zevo_options INTERFACE -fsanitize=thread)
+elseif(ZEVO_SANITIZE STREQUAL "fuzzer")
+    target_compile_options(zevo_options INTERFACE
+        -fsanitize=fuzzer-no-link,address,undefined,float-cast-overflow
+        -fno-sanitize-recover=undefined,float-cast-overflow
+        -fno-omit-frame-pointer -O1)
+    target_link_options(zevo_options INTERFACE -fsanitize=address,undefined)
 elseif(NOT ZEVO_SANITIZE STREQUAL "")
-    message(FATAL_ERROR "ZEVO_SANITIZE is \"${ZEVO_SANITIZE}\"; it can be address, thread or empty")
+    message(FATAL_ERROR
+        "ZEVO_SANITIZE is \"${ZEVO_SANITIZE}\"; it can be address, thread, fuzzer or empty")
 endif()
