@@ -182,7 +182,7 @@ TEST(Expanding, PatternsMatchTheBoardsPaths)
         {kConnection,
          {"/proc/device-tree/soc@0/bus@30800000/i2c@30a30000/tolmen_camera@36/csi_id",
           "/proc/device-tree/soc@0/bus@30800000/i2c@30a40000/tolmen_camera@36/csi_id"}},
-        {"/etc/host[s]", {"/etc/hosts"}},
+        {"/etc/passw[d]", {"/etc/passwd"}},
         {"/dev/nul[l]", {"/dev/null"}},
     };
     for (const auto& c : cases) {
