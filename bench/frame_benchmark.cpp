@@ -7,6 +7,7 @@
 #include <benchmark/benchmark.h>
 
 #include "image/frame_kernels.h"
+#include "plain_loop.h"
 
 namespace
 {
@@ -47,6 +48,10 @@ int main(int argc, char** argv)
     add("copy/memcpy", kCopied, [](const std::uint8_t* source, std::uint8_t* destination) {
         std::memcpy(destination, source, kCopied);
     });
+    add("convert/plain loop", kConverted,
+        [](const std::uint8_t* source, std::uint8_t* destination) {
+            zevo_bench::ConvertByPlainLoop(source, destination, kWidth, kHeight);
+        });
     for (const V4lX::FrameKernels* kernels : V4lX::AvailableFrameKernels()) {
         const std::string name = kernels->name;
         if (kernels->copyStreamed)
