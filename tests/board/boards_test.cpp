@@ -75,7 +75,7 @@ TEST(Boards, EveryFormatArrivesInEveryWidth)
              {board.minWidth, board.minWidth + board.increment, board.maxWidth}) {
             Streaming camera;
             ASSERT_EQ(camera.write(remote::kPixelFormat, format), GC_ERR_SUCCESS);
-            ASSERT_EQ(camera.write(remote::kWidth, width), GC_ERR_SUCCESS);
+            camera.setSize(width, 1944);
             camera.start(3);
             const BUFFER_HANDLE buffer = camera.take();
             ASSERT_TRUE(buffer) << lastError();

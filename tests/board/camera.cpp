@@ -1,37 +1,29 @@
 #include "camera.h"
 
-#include <gtest/gtest.h>
-
-namespace
+OpenSystem::OpenSystem()
 {
-
-void expectOk(GC_ERROR result, const char* what)
-{
-    EXPECT_EQ(result, GC_ERR_SUCCESS) << what << ": " << lastError();
+    EXPECT_OK(GCInitLib());
+    EXPECT_OK(TLOpen(&system));
 }
 
-} // namespace
-
-#define OK(call) expectOk(producer().call, #call)
+OpenSystem::~OpenSystem()
+{
+    if (isOwner_) {
+        EXPECT_OK(GCCloseLib());
+    }
+}
 
 OpenInterface::OpenInterface()
 {
-    OK(GCInitLib());
-    OK(TLOpen(&system));
-    OK(TLUpdateInterfaceList(system, nullptr, 1000));
-    OK(TLOpenInterface(system, "Tolmen ZEVO GenTL Interface Module", &interface));
-    OK(IFUpdateDeviceList(interface, nullptr, 1000));
-}
-
-OpenInterface::~OpenInterface()
-{
-    OK(GCCloseLib());
+    EXPECT_OK(TLUpdateInterfaceList(system, nullptr, 1000));
+    EXPECT_OK(TLOpenInterface(system, kInterfaceId, &interface));
+    EXPECT_OK(IFUpdateDeviceList(interface, nullptr, 1000));
 }
 
 uint32_t OpenInterface::numDevices() const
 {
     uint32_t number = 0;
-    OK(IFGetNumDevices(interface, &number));
+    EXPECT_OK(IFGetNumDevices(interface, &number));
     return number;
 }
 
@@ -39,51 +31,70 @@ std::string OpenInterface::deviceId(uint32_t index) const
 {
     char id[256] = {};
     size_t size = sizeof id;
-    OK(IFGetDeviceID(interface, index, id, &size));
+    EXPECT_OK(IFGetDeviceID(interface, index, id, &size));
     return id;
 }
 
 OpenDevice::OpenDevice(DEVICE_ACCESS_FLAGS flags)
 {
-    OK(IFOpenDevice(interface, deviceId().c_str(), flags, &device));
-    OK(DevGetPort(device, &port));
+    open(0, flags);
+}
+
+OpenDevice::OpenDevice(const OpenInterface& opened, uint32_t index)
+    : OpenInterface(opened.system, opened.interface)
+{
+    open(index, DEVICE_ACCESS_EXCLUSIVE);
+}
+
+void OpenDevice::open(uint32_t index, DEVICE_ACCESS_FLAGS flags)
+{
+    EXPECT_OK(IFOpenDevice(interface, deviceId(index).c_str(), flags, &device));
+    EXPECT_OK(DevGetPort(device, &port));
 }
 
 GC_ERROR OpenDevice::write(uint64_t address, uint32_t value) const
 {
-    size_t size = sizeof value;
-    return producer().GCWritePort(port, address, &value, &size);
+    return writeRegister(port, address, value);
 }
 
 uint32_t OpenDevice::read(uint64_t address) const
 {
-    uint32_t value = 0;
-    size_t size = sizeof value;
-    OK(GCReadPort(port, address, &value, &size));
-    return value;
+    return readRegister(port, address);
+}
+
+void OpenDevice::setSize(uint32_t width, uint32_t height) const
+{
+    EXPECT_EQ(write(remote::kWidth, width), GC_ERR_SUCCESS) << lastError();
+    EXPECT_EQ(write(remote::kHeight, height), GC_ERR_SUCCESS) << lastError();
+}
+
+void Streaming::openStream()
+{
+    EXPECT_OK(DevOpenDataStream(device, "Stream0", &stream));
 }
 
 void Streaming::start(std::size_t count, uint64_t frames)
 {
     if (!stream)
-        OK(DevOpenDataStream(device, "Stream0", &stream));
-    const std::size_t payload = info(static_cast<STREAM_INFO_CMD>(STREAM_INFO_PAYLOAD_SIZE));
+        openStream();
+    const std::size_t payload = streamInfo(STREAM_INFO_PAYLOAD_SIZE);
     while (buffers.size() < count) {
         BUFFER_HANDLE buffer = nullptr;
-        OK(DSAllocAndAnnounceBuffer(stream, payload, nullptr, &buffer));
+        EXPECT_OK(DSAllocAndAnnounceBuffer(stream, payload, nullptr, &buffer));
         buffers.push_back(buffer);
     }
-    OK(DSFlushQueue(stream, ACQ_QUEUE_ALL_TO_INPUT));
-    if (!event)
-        OK(GCRegisterEvent(stream, EVENT_NEW_BUFFER, &event));
-    OK(DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, frames));
-    expectOk(write(remote::kAcquisitionStart, 1), "AcquisitionStart");
+    EXPECT_OK(DSFlushQueue(stream, ACQ_QUEUE_ALL_TO_INPUT));
+    if (!event) {
+        EXPECT_OK(GCRegisterEvent(stream, EVENT_NEW_BUFFER, &event));
+    }
+    EXPECT_OK(DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, frames));
+    EXPECT_EQ(write(remote::kAcquisitionStart, 1), GC_ERR_SUCCESS) << lastError();
 }
 
 void Streaming::stop()
 {
-    expectOk(write(remote::kAcquisitionStop, 1), "AcquisitionStop");
-    OK(DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT));
+    EXPECT_EQ(write(remote::kAcquisitionStop, 1), GC_ERR_SUCCESS) << lastError();
+    EXPECT_OK(DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT));
 }
 
 BUFFER_HANDLE Streaming::take(uint64_t timeoutMs)
@@ -96,7 +107,7 @@ BUFFER_HANDLE Streaming::take(uint64_t timeoutMs)
 
 void Streaming::giveBack(BUFFER_HANDLE buffer)
 {
-    OK(DSQueueBuffer(stream, buffer));
+    EXPECT_OK(DSQueueBuffer(stream, buffer));
 }
 
 uint64_t Streaming::info(BUFFER_HANDLE buffer, BUFFER_INFO_CMD command) const
@@ -104,16 +115,16 @@ uint64_t Streaming::info(BUFFER_HANDLE buffer, BUFFER_INFO_CMD command) const
     uint64_t value = 0;
     size_t size = sizeof value;
     INFO_DATATYPE type = 0;
-    OK(DSGetBufferInfo(stream, buffer, command, &type, &value, &size));
+    EXPECT_OK(DSGetBufferInfo(stream, buffer, command, &type, &value, &size));
     return value;
 }
 
-uint64_t Streaming::info(STREAM_INFO_CMD command) const
+uint64_t Streaming::streamInfo(STREAM_INFO_CMD command) const
 {
     uint64_t value = 0;
     size_t size = sizeof value;
     INFO_DATATYPE type = 0;
-    OK(DSGetInfo(stream, command, &type, &value, &size));
+    EXPECT_OK(DSGetInfo(stream, command, &type, &value, &size));
     return value;
 }
 
@@ -125,8 +136,5 @@ const uint8_t* Streaming::data(BUFFER_HANDLE buffer) const
 uint64_t Streaming::lost() const
 {
     constexpr uint64_t kLostFrameCount = 0xA10;
-    uint64_t value = 0;
-    size_t size = sizeof value;
-    OK(GCReadPort(stream, kLostFrameCount, &value, &size));
-    return value;
+    return readRegister(stream, kLostFrameCount);
 }

@@ -7,20 +7,40 @@
 
 #include "producer.h"
 
-/// From GCInitLib to an open interface; closed again at the end, from the top.
-class OpenInterface
+constexpr char kInterfaceId[] = "Tolmen ZEVO GenTL Interface Module";
+
+/// From GCInitLib to an open system; closed again at the end, from the top.
+class OpenSystem
+{
+public:
+    OpenSystem();
+    ~OpenSystem();
+    OpenSystem(const OpenSystem&) = delete;
+    OpenSystem& operator=(const OpenSystem&) = delete;
+
+    TL_HANDLE system = nullptr;
+
+protected:
+    /// A part of somebody else's, who closes it.
+    explicit OpenSystem(TL_HANDLE opened) : system(opened), isOwner_(false) {}
+
+private:
+    bool isOwner_ = true;
+};
+
+/// An open interface that knows its devices.
+class OpenInterface : public OpenSystem
 {
 public:
     OpenInterface();
-    ~OpenInterface();
-    OpenInterface(const OpenInterface&) = delete;
-    OpenInterface& operator=(const OpenInterface&) = delete;
 
-    TL_HANDLE system = nullptr;
     IF_HANDLE interface = nullptr;
 
     uint32_t numDevices() const;
     std::string deviceId(uint32_t index = 0) const;
+
+protected:
+    OpenInterface(TL_HANDLE system, IF_HANDLE opened) : OpenSystem(system), interface(opened) {}
 };
 
 /// An open device with its remote port.
@@ -28,12 +48,18 @@ class OpenDevice : public OpenInterface
 {
 public:
     explicit OpenDevice(DEVICE_ACCESS_FLAGS flags = DEVICE_ACCESS_EXCLUSIVE);
+    /// One of several devices of an interface that outlives it; closed by nobody.
+    OpenDevice(const OpenInterface& opened, uint32_t index);
 
     DEV_HANDLE device = nullptr;
     PORT_HANDLE port = nullptr;
 
     GC_ERROR write(uint64_t address, uint32_t value) const;
     uint32_t read(uint64_t address) const;
+    void setSize(uint32_t width, uint32_t height) const;
+
+private:
+    void open(uint32_t index, DEVICE_ACCESS_FLAGS flags);
 };
 
 /// Value registers of the remote device.
@@ -56,6 +82,11 @@ constexpr uint64_t kDeviceReset = 0xfffffff0;
 class Streaming : public OpenDevice
 {
 public:
+    using OpenDevice::OpenDevice;
+    /// With pictures of this size.
+    Streaming(uint32_t width, uint32_t height) { setSize(width, height); }
+
+    void openStream();
     /// Announces and queues this many buffers of the payload size and starts both ends.
     void start(std::size_t buffers, uint64_t frames = GENTL_INFINITE);
     void stop();
@@ -66,7 +97,7 @@ public:
     void giveBack(BUFFER_HANDLE buffer);
 
     uint64_t info(BUFFER_HANDLE buffer, BUFFER_INFO_CMD command) const;
-    uint64_t info(STREAM_INFO_CMD command) const;
+    uint64_t streamInfo(STREAM_INFO_CMD command) const;
     const uint8_t* data(BUFFER_HANDLE buffer) const;
     /// As StreamLostFrameCount shows it.
     uint64_t lost() const;

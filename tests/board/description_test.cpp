@@ -13,15 +13,14 @@ std::string descriptionOf(PORT_HANDLE port)
 {
     char url[256] = {};
     size_t size = sizeof url;
-    EXPECT_EQ(producer().GCGetPortURL(port, url, &size), GC_ERR_SUCCESS);
+    EXPECT_OK(GCGetPortURL(port, url, &size));
     const std::string text = url;
     const size_t address = text.find(';') + 1;
     const size_t length = text.find(';', address) + 1;
     std::string description(std::stoull(text.substr(length), nullptr, 16), '\0');
     size = description.size();
-    EXPECT_EQ(producer().GCReadPort(port, std::stoull(text.substr(address), nullptr, 16),
-                                    description.data(), &size),
-              GC_ERR_SUCCESS);
+    EXPECT_OK(GCReadPort(port, std::stoull(text.substr(address), nullptr, 16), description.data(),
+                         &size));
     return description;
 }
 
@@ -46,7 +45,7 @@ TEST(Descriptions, EveryFeatureOfEveryPortReads)
 {
     const OpenDevice open;
     DS_HANDLE stream = nullptr;
-    ASSERT_EQ(producer().DevOpenDataStream(open.device, "Stream0", &stream), GC_ERR_SUCCESS);
+    ASSERT_OK(DevOpenDataStream(open.device, "Stream0", &stream));
     const struct {
         const char* name;
         PORT_HANDLE port;

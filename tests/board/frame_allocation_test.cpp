@@ -17,9 +17,9 @@ void passFrame(Streaming& camera)
     INFO_DATATYPE type = 0;
     uint64_t value = 0;
     size_t size = sizeof value;
-    EXPECT_EQ(producer().DSGetBufferInfo(camera.stream, buffer, BUFFER_INFO_TIMESTAMP_NS, &type,
-                                         &value, &size),
-              GC_ERR_NOT_IMPLEMENTED);
+    EXPECT_RESULT(
+        GC_ERR_NOT_IMPLEMENTED,
+        DSGetBufferInfo(camera.stream, buffer, BUFFER_INFO_TIMESTAMP_NS, &type, &value, &size));
     camera.giveBack(buffer);
 }
 

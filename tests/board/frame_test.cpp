@@ -162,22 +162,22 @@ TEST(Frame, BeforeInitialisationEveryFunctionSaysSoAndStoresNothing)
             EXPECT_EQ(row.call(arguments), GC_ERR_NOT_INITIALIZED) << row.name;
     }
     GC_ERROR code = 0;
-    EXPECT_EQ(producer().GCGetLastError(&code, nullptr, &g_size), GC_ERR_NOT_INITIALIZED);
-    EXPECT_EQ(producer().GCGetInfo(0, &g_type, nullptr, &g_size), GC_ERR_NOT_INITIALIZED);
-    EXPECT_EQ(producer().TLOpen(&g_handle), GC_ERR_NOT_INITIALIZED);
-    EXPECT_EQ(producer().GCCloseLib(), GC_ERR_NOT_INITIALIZED);
+    EXPECT_RESULT(GC_ERR_NOT_INITIALIZED, GCGetLastError(&code, nullptr, &g_size));
+    EXPECT_RESULT(GC_ERR_NOT_INITIALIZED, GCGetInfo(0, &g_type, nullptr, &g_size));
+    EXPECT_RESULT(GC_ERR_NOT_INITIALIZED, TLOpen(&g_handle));
+    EXPECT_RESULT(GC_ERR_NOT_INITIALIZED, GCCloseLib());
     expectNothingWritten();
     std::thread([] {
         producer().GCInitLib();
         // Only the very first initialisation of the process stores anything for its thread.
         EXPECT_EQ(lastError(), "0 No Error");
-        EXPECT_EQ(producer().GCCloseLib(), GC_ERR_SUCCESS);
+        EXPECT_OK(GCCloseLib());
     }).join();
 }
 
 TEST(Frame, WithoutASystemHandlesAreInvalid)
 {
-    ASSERT_EQ(producer().GCInitLib(), GC_ERR_SUCCESS);
+    ASSERT_OK(GCInitLib());
     for (const Row& row : kRows) {
         for (const Arguments& arguments :
              {Arguments{nullptr, false}, Arguments{g_text, false}, Arguments{g_text, true}}) {
@@ -187,21 +187,23 @@ TEST(Frame, WithoutASystemHandlesAreInvalid)
         }
     }
     expectNothingWritten();
-    EXPECT_EQ(producer().GCCloseLib(), GC_ERR_SUCCESS);
+    EXPECT_OK(GCCloseLib());
 }
 
 // Forged: unaligned pointers, numbers near real ones, negative ones, and handles of the wrong
 // kind.
 TEST(Frame, ForgedHandlesReachNothing)
 {
-    ASSERT_EQ(producer().GCInitLib(), GC_ERR_SUCCESS);
-    TL_HANDLE system = nullptr;
-    ASSERT_EQ(producer().TLOpen(&system), GC_ERR_SUCCESS);
-    const auto forge = [&](intptr_t offset) { return static_cast<char*>(system) + offset; };
-    for (void* const handle :
-         {static_cast<void*>(nullptr), static_cast<void*>(&g_chunk), static_cast<void*>(forge(1)),
-          static_cast<void*>(forge(3)), static_cast<void*>(forge(16)),
-          static_cast<void*>(forge(-16)), reinterpret_cast<void*>(~uintptr_t{0} << 4)}) {
+    const OpenSystem open;
+    char* const system = static_cast<char*>(open.system);
+    void* const kHandles[] = {nullptr,
+                              &g_chunk,
+                              system + 1,
+                              system + 3,
+                              system + 16,
+                              system - 16,
+                              reinterpret_cast<void*>(~uintptr_t{0} << 4)};
+    for (void* const handle : kHandles) {
         for (const bool arePointersSet : {false, true}) {
             for (const Row& row : kRows) {
                 const Arguments arguments{handle, arePointersSet};
@@ -213,14 +215,11 @@ TEST(Frame, ForgedHandlesReachNothing)
         }
     }
     expectNothingWritten();
-    EXPECT_EQ(producer().GCCloseLib(), GC_ERR_SUCCESS);
 }
 
 TEST(Frame, BufferHandlesHaveNoPortAndNoEvents)
 {
-    ASSERT_EQ(producer().GCInitLib(), GC_ERR_SUCCESS);
-    TL_HANDLE system = nullptr;
-    ASSERT_EQ(producer().TLOpen(&system), GC_ERR_SUCCESS);
+    const OpenSystem open;
     for (const Row& row : kRows) {
         if (row.family != Family::Port && row.family != Family::EventSource)
             continue;
@@ -229,85 +228,78 @@ TEST(Frame, BufferHandlesHaveNoPortAndNoEvents)
     }
     PORT_REGISTER_STACK_ENTRY entry{};
     size_t count = 1;
-    EXPECT_EQ(producer().GCReadPortStacked(kBuffer, &entry, &count), GC_ERR_NOT_IMPLEMENTED);
+    EXPECT_RESULT(GC_ERR_NOT_IMPLEMENTED, GCReadPortStacked(kBuffer, &entry, &count));
     EXPECT_EQ(count, 0u);
     expectNothingWritten();
-    EXPECT_EQ(producer().GCCloseLib(), GC_ERR_SUCCESS);
 }
 
 TEST(Frame, InitialisationIsNotCounted)
 {
-    ASSERT_EQ(producer().GCInitLib(), GC_ERR_SUCCESS);
-    EXPECT_EQ(producer().GCInitLib(), GC_ERR_RESOURCE_IN_USE);
+    ASSERT_OK(GCInitLib());
+    EXPECT_RESULT(GC_ERR_RESOURCE_IN_USE, GCInitLib());
     EXPECT_EQ(lastError(), "-1004 Requested resource is already in use");
-    EXPECT_EQ(producer().GCCloseLib(), GC_ERR_SUCCESS);
-    EXPECT_EQ(producer().GCCloseLib(), GC_ERR_NOT_INITIALIZED);
-    ASSERT_EQ(producer().GCInitLib(), GC_ERR_SUCCESS);
+    EXPECT_OK(GCCloseLib());
+    EXPECT_RESULT(GC_ERR_NOT_INITIALIZED, GCCloseLib());
+    ASSERT_OK(GCInitLib());
     EXPECT_EQ(lastError(), "0 No Error") << "closing drops the thread's record";
-    EXPECT_EQ(producer().GCCloseLib(), GC_ERR_SUCCESS);
+    EXPECT_OK(GCCloseLib());
 }
 
 TEST(Frame, LastErrorIsCutToTheRoomThatThereIs)
 {
-    ASSERT_EQ(producer().GCInitLib(), GC_ERR_SUCCESS);
-    ASSERT_EQ(producer().GCInitLib(), GC_ERR_RESOURCE_IN_USE);
+    ASSERT_OK(GCInitLib());
+    EXPECT_RESULT(GC_ERR_RESOURCE_IN_USE, GCInitLib());
     const size_t full = sizeof "Requested resource is already in use";
     GC_ERROR code = 0;
     size_t size = 0;
-    EXPECT_EQ(producer().GCGetLastError(&code, nullptr, &size), GC_ERR_SUCCESS);
+    EXPECT_OK(GCGetLastError(&code, nullptr, &size));
     EXPECT_EQ(size, full);
     char text[64] = "#########";
     size = 4;
-    EXPECT_EQ(producer().GCGetLastError(&code, text, &size), GC_ERR_BUFFER_TOO_SMALL);
+    EXPECT_RESULT(GC_ERR_BUFFER_TOO_SMALL, GCGetLastError(&code, text, &size));
     EXPECT_EQ(code, GC_ERR_RESOURCE_IN_USE);
     EXPECT_EQ(size, full);
     EXPECT_STREQ(text, "Req");
     EXPECT_EQ(text[4], '#');
     size = 0;
     text[0] = '#';
-    EXPECT_EQ(producer().GCGetLastError(&code, text, &size), GC_ERR_BUFFER_TOO_SMALL);
+    EXPECT_RESULT(GC_ERR_BUFFER_TOO_SMALL, GCGetLastError(&code, text, &size));
     EXPECT_EQ(text[0], '#');
     auto* const allOnes = reinterpret_cast<size_t*>(~uintptr_t{0});
-    EXPECT_EQ(producer().GCGetLastError(&code, text, allOnes), GC_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(producer().GCGetLastError(nullptr, text, &size), GC_ERR_INVALID_PARAMETER);
+    EXPECT_RESULT(GC_ERR_INVALID_PARAMETER, GCGetLastError(&code, text, allOnes));
+    EXPECT_RESULT(GC_ERR_INVALID_PARAMETER, GCGetLastError(nullptr, text, &size));
     EXPECT_EQ(lastError().substr(0, 5), "-1004") << "asking doesn't change the record";
-    EXPECT_EQ(producer().GCCloseLib(), GC_ERR_SUCCESS);
+    EXPECT_OK(GCCloseLib());
 }
 
 TEST(Frame, TheProducerTellsWhatItIs)
 {
-    ASSERT_EQ(producer().GCInitLib(), GC_ERR_SUCCESS);
-    const struct {
-        TL_INFO_CMD command;
-        const char* text;
-    } kTexts[] = {
+    ASSERT_OK(GCInitLib());
+    const std::pair<TL_INFO_CMD, std::string> kTexts[] = {
         {TL_INFO_ID, "GenTLProducerZEVO.cti"},
         {TL_INFO_VENDOR, "Tolmen"},
         {TL_INFO_MODEL, "zvK1800-45tqr"},
         {TL_INFO_VERSION, "2.0.0"},
         {TL_INFO_TLTYPE, "Custom"},
         {TL_INFO_NAME, "GenTLProducerZEVO.cti"},
+        {TL_INFO_PATHNAME, producerPath()},
         {TL_INFO_DISPLAYNAME, "Tolmen ZEVO GenTL Producer"},
     };
     INFO_DATATYPE type = 0;
-    for (const auto& row : kTexts) {
-        char text[256] = {};
+    for (const auto& [command, expected] : kTexts) {
+        char text[1024] = {};
         size_t size = sizeof text;
-        EXPECT_EQ(producer().GCGetInfo(row.command, &type, text, &size), GC_ERR_SUCCESS);
+        EXPECT_OK(GCGetInfo(command, &type, text, &size));
         EXPECT_EQ(type, INFO_DATATYPE_STRING);
-        EXPECT_STREQ(text, row.text);
+        EXPECT_EQ(text, expected);
     }
-    char path[1024] = {};
-    size_t size = sizeof path;
-    EXPECT_EQ(producer().GCGetInfo(TL_INFO_PATHNAME, &type, path, &size), GC_ERR_SUCCESS);
-    EXPECT_EQ(path, producerPath());
     const TL_INFO_CMD kNumbers[][2] = {
         {TL_INFO_CHAR_ENCODING, 1}, {TL_INFO_GENTL_VER_MAJOR, 1}, {TL_INFO_GENTL_VER_MINOR, 5}};
     for (const auto& row : kNumbers) {
         uint32_t number = 0;
-        size = sizeof number;
-        EXPECT_EQ(producer().GCGetInfo(row[0], &type, &number, &size), GC_ERR_SUCCESS);
+        size_t size = sizeof number;
+        EXPECT_OK(GCGetInfo(row[0], &type, &number, &size));
         EXPECT_EQ(number, static_cast<uint32_t>(row[1]));
     }
-    EXPECT_EQ(producer().GCCloseLib(), GC_ERR_SUCCESS);
+    EXPECT_OK(GCCloseLib());
 }

@@ -49,3 +49,17 @@ std::string lastError()
         return "no last error";
     return std::to_string(code) + " " + text;
 }
+
+GC_ERROR writeRegister(PORT_HANDLE port, uint64_t address, uint32_t value)
+{
+    size_t size = sizeof value;
+    return producer().GCWritePort(port, address, &value, &size);
+}
+
+uint32_t readRegister(PORT_HANDLE port, uint64_t address)
+{
+    uint32_t value = 0;
+    size_t size = sizeof value;
+    EXPECT_OK(GCReadPort(port, address, &value, &size)) << " at 0x" << std::hex << address;
+    return value;
+}

@@ -4,6 +4,7 @@
 #include <string>
 
 #include <gentl/gentl.h>
+#include <gtest/gtest.h>
 
 /// The functions of one loaded library, under their own names.
 struct Producer {
@@ -27,3 +28,12 @@ std::string producerPath();
 
 /// Code and text of the calling thread's last error, as "-1001 Failed to open the camera".
 std::string lastError();
+
+/// A register of four bytes; a failure to read it fails the running test.
+GC_ERROR writeRegister(PORT_HANDLE port, uint64_t address, uint32_t value);
+uint32_t readRegister(PORT_HANDLE port, uint64_t address);
+
+/// What a call by its name is to answer: EXPECT_RESULT(GC_ERR_INVALID_HANDLE, IFClose(interface)).
+#define EXPECT_RESULT(expected, call) EXPECT_EQ(producer().call, expected) << lastError()
+#define EXPECT_OK(call) EXPECT_RESULT(GC_ERR_SUCCESS, call)
+#define ASSERT_OK(call) ASSERT_EQ(producer().call, GC_ERR_SUCCESS) << lastError()

@@ -7,16 +7,11 @@
 
 #include <gtest/gtest.h>
 
-#include "base/pfnc.h"
-#include "camera.h"
+#include "frame_number.h"
 #include "resources.h"
-#include "sim/core/frame_counter.h"
 
 namespace
 {
-
-using zevo_sim::CounterPlace;
-using zevo_sim::FrameLayout;
 
 struct Holdings : Resources {
     long residentPages = pages();
@@ -49,79 +44,66 @@ uint64_t count(const char* variable, uint64_t usual)
     return text ? std::strtoull(text, nullptr, 10) : usual;
 }
 
-} // namespace
+struct Course {
+    std::size_t buffers;
+    uint64_t frames;
+    uint64_t warmUp; ///< frames until all is allocated that stays
+    uint64_t pause;  ///< frames until one is held till others have been dropped; 0 for never
+};
 
-TEST(Soak, FullSizeFramesWithASlowConsumer)
+void expectFramesInOrder(Streaming& camera, const Course& course)
 {
-    const uint64_t kFrames = count("ZEVO_SOAK_FULL_SIZE_FRAMES", 10'000);
-    constexpr uint64_t kPause = 200;
-    constexpr unsigned kWidth = 2592;
-    constexpr unsigned kHeight = 1944;
-    Streaming camera;
-    ASSERT_EQ(camera.read(remote::kPixelFormat), GenTLProducer::Pfnc::YUV422_8_UYVY);
-    camera.start(4);
+    camera.start(course.buffers);
+    Holdings before;
     uint64_t lastId = 0;
     uint32_t lastNumber = 0;
-    Holdings before;
-    for (uint64_t delivered = 1; delivered <= kFrames; ++delivered) {
+    for (uint64_t delivered = 1; delivered <= course.frames; ++delivered) {
         const BUFFER_HANDLE buffer = camera.take();
-        ASSERT_TRUE(buffer) << lastError();
+        ASSERT_TRUE(buffer) << "frame " << delivered << ": " << lastError();
         const uint64_t id = camera.info(buffer, BUFFER_INFO_FRAMEID);
         ASSERT_GT(id, lastId);
-        const auto read = [&](CounterPlace place) {
-            return zevo_sim::ReadCounter(camera.data(buffer), FrameLayout::Uyvy, kWidth, kHeight,
-                                         place);
-        };
-        const auto number = read(CounterPlace::Top);
-        ASSERT_TRUE(number && number == read(CounterPlace::Bottom)) << "frame " << id << " is torn";
+        ASSERT_EQ(camera.info(buffer, BUFFER_INFO_IS_INCOMPLETE), 0u);
+        const auto number = numberIn(camera, buffer);
+        ASSERT_TRUE(number) << "frame " << id << " is torn";
         if (delivered > 1) {
             ASSERT_EQ(*number - lastNumber, id - lastId) << "a gap that the IDs don't show";
         }
         lastId = id;
         lastNumber = *number;
-        // Some frames are held until others have been dropped; the last ones are not.
-        if (delivered % kPause == 0 && delivered + kPause < kFrames) {
+        // The last ones aren't held.
+        if (course.pause && delivered % course.pause == 0 &&
+            delivered + course.pause < course.frames) {
             const uint64_t lost = camera.lost();
             while (camera.lost() < lost + 10)
                 std::this_thread::yield();
         }
         camera.giveBack(buffer);
-        if (delivered == kPause)
+        if (delivered == course.warmUp)
             before = Holdings();
     }
     expectNoGrowth(before);
     camera.stop();
-    const uint64_t lost = camera.lost();
-    std::printf("%lu delivered, %lu lost, last number %lu\n", kFrames, lost, lastId);
-    EXPECT_GE(lost + kFrames, lastId);
-    EXPECT_GT(lost, 10 * (kFrames / kPause - 2));
+    std::printf("%lu delivered, %lu lost, last number %lu\n", course.frames, camera.lost(), lastId);
+    EXPECT_GE(camera.lost() + course.frames, lastId);
+}
+
+} // namespace
+
+TEST(Soak, FullSizeFramesWithASlowConsumer)
+{
+    constexpr uint64_t kPause = 200;
+    const uint64_t frames = count("ZEVO_SOAK_FULL_SIZE_FRAMES", 10'000);
+    Streaming camera;
+    expectFramesInOrder(camera, {4, frames, kPause, kPause});
+    EXPECT_GT(camera.lost(), 10 * (frames / kPause - 2));
 }
 
 // As fast as they are taken: at 30 frames per second a day has 2,592,000.
 TEST(Soak, SmallFramesAsFastAsTheyAreTaken)
 {
     const uint64_t frames = count("ZEVO_SOAK_SMALL_FRAMES", 20'000);
-    Streaming camera;
-    ASSERT_EQ(camera.write(remote::kWidth, 96), GC_ERR_SUCCESS);
-    ASSERT_EQ(camera.write(remote::kHeight, 104), GC_ERR_SUCCESS);
-    camera.start(8);
-    Holdings before;
-    uint64_t lastId = 0;
-    for (uint64_t delivered = 1; delivered <= frames; ++delivered) {
-        const BUFFER_HANDLE buffer = camera.take();
-        ASSERT_TRUE(buffer) << "frame " << delivered << ": " << lastError();
-        const uint64_t id = camera.info(buffer, BUFFER_INFO_FRAMEID);
-        ASSERT_GT(id, lastId);
-        ASSERT_EQ(camera.info(buffer, BUFFER_INFO_IS_INCOMPLETE), 0u);
-        lastId = id;
-        camera.giveBack(buffer);
-        if (delivered == frames / 20)
-            before = Holdings();
-    }
-    expectNoGrowth(before);
-    camera.stop();
-    std::printf("%lu delivered, %lu lost, last number %lu\n", frames, camera.lost(), lastId);
-    EXPECT_GE(camera.lost() + frames, lastId);
+    Streaming camera(96, 104);
+    expectFramesInOrder(camera, {8, frames, frames / 20, 0});
 }
 
 TEST(Soak, FiveHundredCyclesOfOpeningStreamingAndClosing)
@@ -130,9 +112,7 @@ TEST(Soak, FiveHundredCyclesOfOpeningStreamingAndClosing)
     Holdings before;
     for (int cycle = 0; cycle < kCycles; ++cycle) {
         {
-            Streaming camera;
-            ASSERT_EQ(camera.write(remote::kWidth, 96), GC_ERR_SUCCESS);
-            ASSERT_EQ(camera.write(remote::kHeight, 104), GC_ERR_SUCCESS);
+            Streaming camera(96, 104);
             camera.start(3);
             for (int frame = 0; frame < 3; ++frame)
                 ASSERT_TRUE(camera.take()) << "cycle " << cycle << ": " << lastError();
