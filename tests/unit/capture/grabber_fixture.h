@@ -75,18 +75,6 @@ private:
     }
 };
 
-/// The oldest result of a grabber that rings this bell, waited for.
-inline V4lX::GrabResult WaitForResult(V4lX::StreamGrabber& grabber, Bell& bell)
-{
-    V4lX::GrabResult result{};
-    for (;;) {
-        const unsigned rung = bell.GetCount();
-        if (grabber.RetrieveBuffer(&result, nullptr) == V4lX::Result::Success)
-            return result;
-        bell.WaitFor(rung + 1);
-    }
-}
-
 /// A grabber whose node is the fake one, set up for its image of 256 bytes.
 struct TestGrabber {
     explicit TestGrabber(FakeCaptureNode& fakeNode,
@@ -131,8 +119,6 @@ struct TestGrabber {
         EXPECT_EQ(grabber.prepareCapturing(), V4lX::Result::Success);
         EXPECT_EQ(grabber.startCapturing(), V4lX::Result::Success);
     }
-
-    V4lX::GrabResult WaitForResult() { return test::WaitForResult(grabber, bell); }
 
     /// The oldest result, with an error that there isn't if none waits.
     V4lX::GrabResult Retrieve()

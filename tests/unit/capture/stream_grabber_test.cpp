@@ -29,25 +29,19 @@ using test::TestGrabber;
 using testing::Each;
 using testing::ElementsAreArray;
 
-const std::vector<std::string> kSetUp = {
-    "open /dev/null", "QUERYCAP",      "G_FMT",        "S_FMT",         "REQBUFS 4",
-    "QUERYBUF 0",     "mmap 256 at 0", "QUERYBUF 1",   "mmap 256 at 1", "QUERYBUF 2",
-    "mmap 256 at 2",  "QUERYBUF 3",    "mmap 256 at 3"};
-const std::vector<std::string> kTearDown = {"STREAMOFF", "munmap", "munmap",
-                                            "munmap",    "munmap", "REQBUFS 0"};
+using Log = std::vector<std::string>;
 
-std::vector<std::string> Joined(std::vector<std::string> first,
-                                const std::vector<std::vector<std::string>>& rest)
-{
-    for (const auto& part : rest)
-        first.insert(first.end(), part.begin(), part.end());
-    return first;
-}
+const Log kSetUp = {"open /dev/null", "QUERYCAP",   "G_FMT",         "S_FMT",
+                    "REQBUFS 4",      "QUERYBUF 0", "mmap 256 at 0", "QUERYBUF 1",
+                    "mmap 256 at 1",  "QUERYBUF 2", "mmap 256 at 2", "QUERYBUF 3",
+                    "mmap 256 at 3"};
+const Log kStart = {"QBUF 0", "QBUF 1", "QBUF 2", "QBUF 3", "STREAMON"};
+const Log kTearDown = {"STREAMOFF", "munmap", "munmap", "munmap", "munmap", "REQBUFS 0", "close"};
 
 /// The node's log without what depends on the capture thread's pace.
-std::vector<std::string> LogWithoutDequeues(FakeCaptureNode& node)
+Log LogWithoutDequeues(FakeCaptureNode& node)
 {
-    std::vector<std::string> log = node.GetLog();
+    Log log = node.GetLog();
     const auto isDequeue = [](const std::string& entry) { return entry.rfind("DQBUF", 0) == 0; };
     log.erase(std::remove_if(log.begin(), log.end(), isDequeue), log.end());
     return log;
@@ -55,27 +49,21 @@ std::vector<std::string> LogWithoutDequeues(FakeCaptureNode& node)
 
 TEST(StreamGrabber, CallsTheNodeInOrder)
 {
-    FakeCaptureNode node;
-    TestGrabber grabber(node);
-    grabber.Start();
-    ASSERT_EQ(grabber->finishCapturing(), Result::Success);
-    grabber->Close();
-    EXPECT_THAT(
-        LogWithoutDequeues(node),
-        ElementsAreArray(Joined(
-            kSetUp, {{"QBUF 0", "QBUF 1", "QBUF 2", "QBUF 3", "STREAMON"}, kTearDown, {"close"}})));
-}
-
-TEST(StreamGrabber, PreparedCaptureNeedsNoStart)
-{
-    FakeCaptureNode node;
-    TestGrabber grabber(node);
-    grabber->Open();
-    grabber->prepareCapturing();
-    EXPECT_TRUE(grabber->IsPrepared());
-    grabber->Close();
-    EXPECT_FALSE(grabber->IsPrepared());
-    EXPECT_THAT(node.GetLog(), ElementsAreArray(Joined(kSetUp, {kTearDown, {"close"}})));
+    for (const bool isStarted : {true, false}) {
+        FakeCaptureNode node;
+        TestGrabber grabber(node);
+        grabber->Open();
+        grabber->prepareCapturing();
+        EXPECT_TRUE(grabber->IsPrepared());
+        if (isStarted)
+            grabber->startCapturing();
+        grabber->Close();
+        EXPECT_FALSE(grabber->IsPrepared());
+        Log expected = kSetUp;
+        for (const Log& calls : {isStarted ? kStart : Log(), kTearDown})
+            expected.insert(expected.end(), calls.begin(), calls.end());
+        EXPECT_THAT(LogWithoutDequeues(node), ElementsAreArray(expected));
+    }
 }
 
 TEST(StreamGrabber, CallsInTheWrongStateAreRefused)
@@ -145,13 +133,18 @@ TEST(StreamGrabber, BufferHandlesAndTheirErrors)
     EXPECT_EQ(grabber->DeregisterBuffer(3, nullptr), Result::BadArgument);
     EXPECT_EQ(grabber->RetrieveBuffer(nullptr, nullptr), Result::BadArgument);
     EXPECT_EQ(grabber->QueueBuffer(1, 0), Result::Success);
+    EXPECT_EQ(grabber->QueueBuffer(1, 0), Result::BadState) << "twice";
     void* address = nullptr;
     EXPECT_EQ(grabber->DeregisterBuffer(1, &address), Result::BadState) << "still queued";
     EXPECT_EQ(address, grabber.memory[0].data());
     EXPECT_EQ(grabber->DeregisterBuffer(1, nullptr), Result::BadArgument) << "gone all the same";
-    EXPECT_EQ(grabber->DeregisterBuffer(2, nullptr), Result::Success);
+    grabber->prepareCapturing();
+    grabber->finishCapturing();
+    EXPECT_EQ(grabber.bell.GetCount(), 0u) << "out of the queue, too";
     grabber->Open();
     EXPECT_EQ(grabber.Register(), 1u);
+    EXPECT_EQ(grabber.Register(), 3u) << "2 is in use";
+    EXPECT_EQ(grabber->DeregisterBuffer(2, nullptr), Result::Success);
 }
 
 TEST(StreamGrabber, RetrieveOfNothingWritesNothing)
@@ -180,7 +173,8 @@ TEST(StreamGrabber, FrameReachesTheUserBuffer)
         grabber->prepareCapturing();
         grabber->startCapturing();
         node.PushFrame({41});
-        const GrabResult result = grabber.WaitForResult();
+        grabber.bell.WaitFor(1);
+        const GrabResult result = grabber.Retrieve();
         EXPECT_EQ(result.error, Result::Success);
         EXPECT_EQ(result.frameId, 1u);
         EXPECT_EQ(result.timestamp, 41'000'007'000u);
@@ -196,6 +190,33 @@ TEST(StreamGrabber, FrameReachesTheUserBuffer)
         std::vector<std::uint8_t> expected(kPayload, 41);
         expected.resize(kPayload + 10, 0xEE);
         EXPECT_EQ(grabber.memory[0], expected);
+    }
+}
+
+TEST(StreamGrabber, FramesAreNumberedFromOneWithTheGapsOfTheKernel)
+{
+    const struct {
+        std::vector<std::uint32_t> sequences;
+        std::vector<std::uint64_t> numbers;
+        std::uint64_t lost;
+    } rows[] = {
+        {{}, {}, 0},
+        {{5, 6, 9}, {1, 2, 5}, 2},
+        {{0, 1, 2, 3, 4, 5}, {1, 2, 3, 4, 5, 6}, 0},
+        {{0, 7}, {1, 8}, 6},
+        {{0xFFFFFFF0, 0xFFFFFFFF}, {1, 16}, 14},
+    };
+    for (const auto& row : rows) {
+        FakeCaptureNode node;
+        TestGrabber grabber(node);
+        grabber.Start(static_cast<int>(row.sequences.size()));
+        for (const std::uint32_t sequence : row.sequences)
+            node.PushFrame({sequence});
+        node.WaitForLog("QBUF", 4 + row.sequences.size());
+        grabber->finishCapturing();
+        for (const std::uint64_t number : row.numbers)
+            EXPECT_EQ(grabber.Retrieve().frameId, number);
+        EXPECT_EQ(grabber->GetLostFrameCount(), row.lost);
     }
 }
 
@@ -222,28 +243,36 @@ TEST(StreamGrabber, DamagedAndMissingFramesAreTold)
     EXPECT_EQ(grabber->GetLostFrameCount(), 0u) << "of the new acquisition";
 }
 
-TEST(StreamGrabber, FinishReturnsWhatIsStillQueued)
+TEST(StreamGrabber, FinishReturnsWhatIsStillQueuedInItsOrder)
 {
-    FakeCaptureNode node;
-    TestGrabber grabber(node);
-    grabber->Open();
-    grabber->prepareCapturing();
-    grabber.Queue(2);
-    grabber->finishCapturing();
-    EXPECT_EQ(grabber.bell.GetCount(), 2u);
-    for (std::uint64_t i = 0; i < 2; ++i) {
-        GrabResult result{};
-        std::size_t remaining = 99;
-        ASSERT_EQ(grabber->RetrieveBuffer(&result, &remaining), Result::Success);
-        EXPECT_EQ(remaining, 1 - i);
-        EXPECT_EQ(result.error, Result::Unfilled);
-        EXPECT_EQ(result.frameId, kNoFrameId);
-        EXPECT_EQ(result.timestamp, 0u);
-        EXPECT_EQ(result.handle, 1 + i);
-        EXPECT_EQ(result.context, 100 + i);
-        EXPECT_EQ(result.width, kWidth);
+    for (const Result stopped : {Result::Success, Result::Failure}) {
+        FakeCaptureNode node;
+        if (stopped == Result::Failure)
+            node.handlers[VIDIOC_STREAMOFF] = [](void*) { return ENODEV; };
+        TestGrabber grabber(node);
+        grabber->Open();
+        grabber->prepareCapturing();
+        grabber.Register();
+        grabber.Register();
+        for (const std::uint64_t handle : {2, 1})
+            grabber->QueueBuffer(handle, 100 + handle);
+        EXPECT_EQ(grabber->finishCapturing(), stopped);
+        EXPECT_EQ(grabber.bell.GetCount(), 2u);
+        for (const std::uint64_t handle : {2, 1}) {
+            GrabResult result{};
+            std::size_t remaining = 99;
+            ASSERT_EQ(grabber->RetrieveBuffer(&result, &remaining), Result::Success);
+            EXPECT_EQ(remaining, handle - 1);
+            EXPECT_EQ(result.error, Result::Unfilled);
+            EXPECT_EQ(result.frameId, kNoFrameId);
+            EXPECT_EQ(result.timestamp, 0u);
+            EXPECT_EQ(result.handle, handle);
+            EXPECT_EQ(result.context, 100 + handle);
+            EXPECT_EQ(result.width, kWidth);
+            EXPECT_EQ(grabber->QueueBuffer(1, 0), handle == 2 ? Result::Success : Result::BadState)
+                << "its result may still wait";
+        }
     }
-    EXPECT_EQ(grabber->QueueBuffer(1, 0), Result::Success) << "its handle lives on";
 }
 
 TEST(StreamGrabber, PreparationDropsOldResults)
@@ -395,7 +424,8 @@ TEST(StreamGrabber, EvenFrameRuleGivesUpAndTheNextAcquisitionDelivers)
     grabber.Queue(1);
     grabber->startCapturing();
     node.PushFrame({1});
-    EXPECT_EQ(grabber.WaitForResult().frameId, 1u);
+    grabber.bell.WaitFor(1);
+    EXPECT_EQ(grabber.Retrieve().frameId, 1u);
 }
 
 TEST(StreamGrabber, GrabberWithoutStopPipeDoesntStart)
