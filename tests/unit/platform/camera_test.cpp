@@ -20,11 +20,7 @@ struct CountedModule final : mcm::ICameraModule {
     CountedModule() { ++g_modules; }
     ~CountedModule() override { --g_modules; }
     mcm::BusDevice GetBootstrapDevice() override { throw std::runtime_error("no bus here"); }
-    void DeviceReset() override
-    {
-        if (listener)
-            listener->OnDeviceLost();
-    }
+    void DeviceReset() override { listener->OnDeviceLost(); }
     void RegisterCallback(IModuleEvent* newListener) override { listener = newListener; }
     void UnregisterCallback() override { listener = nullptr; }
     IModuleEvent* listener = nullptr;
@@ -35,64 +31,65 @@ struct Listener final : Camera::ISurpriseRemoval {
     int notices = 0;
 };
 
-Camera makeCamera(std::shared_ptr<FakeHandler> handler, Camera::OpenFunction open)
+class CameraTest : public testing::Test
 {
-    CameraInformation information;
-    information.device.serialNumber = "SN:7";
-    information.nodes = {"/dev/capture", "/dev/camera"};
-    return Camera(std::move(open), std::move(handler), information);
-}
+protected:
+    std::unique_ptr<mcm::ICameraModule> open(const std::string& path, const std::string& serial)
+    {
+        EXPECT_EQ(handler_->prepared, "/dev/capture");
+        EXPECT_EQ(path, "/dev/camera");
+        EXPECT_EQ(serial, "SN:7");
+        if (isBroken_)
+            throw std::range_error("nothing answers");
+        return std::make_unique<CountedModule>();
+    }
+
+    CameraInformation information()
+    {
+        CameraInformation information;
+        information.device.serialNumber = "SN:7";
+        information.nodes = {"/dev/capture", "/dev/camera"};
+        return information;
+    }
+
+    bool isBroken_ = false;
+    std::shared_ptr<FakeHandler> handler_ = std::make_shared<FakeHandler>();
+    Camera camera_{[this](const auto&... names) { return open(names...); }, handler_,
+                   information()};
+};
 
 } // namespace
 
-TEST(Camera, OpensThroughHandlerAndModuleAndReplacesAFormerModule)
+TEST_F(CameraTest, OpensThroughHandlerAndModuleAndReplacesAFormerModule)
 {
-    const auto handler = std::make_shared<FakeHandler>();
-    {
-        Camera camera = makeCamera(handler, [](const std::string& path, const std::string& serial) {
-            EXPECT_EQ(path, "/dev/camera");
-            EXPECT_EQ(serial, "SN:7");
-            return std::make_unique<CountedModule>();
-        });
-        camera.Close(); // does nothing
-        EXPECT_EQ(camera.Open(), 0);
-        EXPECT_EQ(handler->prepared, "/dev/capture");
-        EXPECT_EQ(camera.Open(), 0);
-        EXPECT_EQ(g_modules, 1);
-    }
+    camera_.Close(); // does nothing
+    EXPECT_EQ(camera_.Open(), 0);
+    EXPECT_EQ(camera_.Open(), 0);
+    EXPECT_EQ(g_modules, 1);
+    camera_.Close();
     EXPECT_EQ(g_modules, 0);
 }
 
-TEST(Camera, AFailureToOpenLeavesItClosedAndOpenable)
+TEST_F(CameraTest, AFailureToOpenLeavesItClosedAndOpenable)
 {
-    bool isBroken = true;
-    Camera camera =
-        makeCamera(std::make_shared<FakeHandler>(), [&](const std::string&, const std::string&) {
-            if (isBroken)
-                throw std::range_error("nothing answers");
-            return std::make_unique<CountedModule>();
-        });
-    EXPECT_EQ(camera.Open(), -EFAULT);
-    EXPECT_EQ(camera.GetCameraModule(), nullptr);
-    isBroken = false;
-    EXPECT_EQ(camera.Open(), 0);
-    EXPECT_NE(camera.GetCameraModule(), nullptr);
+    isBroken_ = true;
+    EXPECT_EQ(camera_.Open(), -EFAULT);
+    EXPECT_EQ(camera_.GetCameraModule(), nullptr);
+    isBroken_ = false;
+    EXPECT_EQ(camera_.Open(), 0);
+    EXPECT_NE(camera_.GetCameraModule(), nullptr);
 }
 
-TEST(Camera, AResetReachesTheListenerWhileThereIsOne)
+TEST_F(CameraTest, AResetReachesTheListenerWhileThereIsOne)
 {
-    Camera camera =
-        makeCamera(std::make_shared<FakeHandler>(), [](const std::string&, const std::string&) {
-            return std::make_unique<CountedModule>();
-        });
-    ASSERT_EQ(camera.Open(), 0);
+    ASSERT_EQ(camera_.Open(), 0);
     Listener listener;
-    camera.GetCameraModule()->DeviceReset();
-    camera.SetSurpriseRemovalHandler(&listener);
-    camera.GetCameraModule()->DeviceReset();
+    camera_.GetCameraModule()->DeviceReset();
+    camera_.SetSurpriseRemovalHandler(&listener);
+    camera_.GetCameraModule()->DeviceReset();
     EXPECT_EQ(listener.notices, 1);
-    camera.ClearSurpriseRemovalHandler();
-    camera.GetCameraModule()->DeviceReset();
+    camera_.ClearSurpriseRemovalHandler();
+    camera_.GetCameraModule()->DeviceReset();
     EXPECT_EQ(listener.notices, 1);
 }
 

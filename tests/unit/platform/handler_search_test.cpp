@@ -2,7 +2,6 @@
 #include <cerrno>
 #include <cstring>
 #include <map>
-#include <stdexcept>
 
 #include <gtest/gtest.h>
 #include <linux/videodev2.h>
@@ -11,6 +10,7 @@
 #include "platform/platform_pipeline_handler_factory.h"
 #include "support/board_files.h"
 #include "support/fake_media_node.h"
+#include "support/outcome.h"
 
 namespace GenTLProducer
 {
@@ -53,14 +53,12 @@ struct VideoNodes {
 // "capture<camera" of each pair, or what the search threw.
 std::string found(const PlatformPipelineHandler& handler, const V4L2::EnumerateResult& enumeration)
 {
-    std::string text;
-    try {
+    std::string pairs;
+    const std::string error = errorOf([&] {
         for (const PipelineDevice& pair : handler.FindCameraDevices(enumeration))
-            text += pair.capturePath + "<" + pair.cameraPath + " ";
-    } catch (const std::runtime_error& error) {
-        text += error.what();
-    }
-    return text;
+            pairs += pair.capturePath + "<" + pair.cameraPath + " ";
+    });
+    return pairs + error;
 }
 
 // The graph of a board with a receiver and a converter between sensor and capture node.
@@ -85,18 +83,20 @@ test::FakeMediaNode converterGraph()
 
 TEST(HandlerSearch, TheIdentificationMustBeExact)
 {
+    constexpr char kMx6sNodes[] = "/dev/video1</dev/video1 /dev/video4</dev/video4 ";
+    constexpr char kTegraNodes[] = "/dev/video2</dev/video2 ";
     const struct {
         const char* file;
         const char* content;
         std::string finder;
         const char* pairs;
     } rows[] = {
-        {kSocFile, "i.MX8MM\n", "imx8mm", "/dev/video1</dev/video1 /dev/video4</dev/video4 "},
-        {kSocFile, "i.MX8MM", "imx8mm", "/dev/video1</dev/video1 /dev/video4</dev/video4 "},
-        {kSocFile, "i.MX8MQ\nmore\n", "imx8mq", "/dev/video1</dev/video1 /dev/video4</dev/video4 "},
-        {kChipFile, "33\n", "nvidia", "/dev/video2</dev/video2 "},
-        {kChipFile, "25\n", "nvidia", "/dev/video2</dev/video2 "},
-        {kChipFile, "24\n", "nvidia-tx2", "/dev/video2</dev/video2 "},
+        {kSocFile, "i.MX8MM\n", "imx8mm", kMx6sNodes},
+        {kSocFile, "i.MX8MM", "imx8mm", kMx6sNodes},
+        {kSocFile, "i.MX8MQ\nmore\n", "imx8mq", kMx6sNodes},
+        {kChipFile, "33\n", "nvidia", kTegraNodes},
+        {kChipFile, "25\n", "nvidia", kTegraNodes},
+        {kChipFile, "24\n", "nvidia-tx2", kTegraNodes},
         {kSocFile, "i.MX8MMx\n", "nobody", ""},
         {kSocFile, "i.MX8MM \n", "nobody", ""},
         {kSocFile, "i.MX8MP\n", "nobody", ""},
@@ -131,20 +131,20 @@ TEST(HandlerSearch, TheConverterBoardFollowsItsGraphAndAddsItsSingleNodes)
         void (*change)(Graph&);
         const char* found;
     } rows[] = {
-        {[](Graph&) {}, "/dev/video3</dev/v4l-subdev0 /dev/video5</dev/video5 "},
-        {[](Graph& g) { g.driver = "mxc-mdx"; }, "/dev/video5</dev/video5 "},
-        {[](Graph& g) { g.entities[3] = g.Entity(4, "tolmen-camera ", kSensor); },
+        {[](auto&) {}, "/dev/video3</dev/v4l-subdev0 /dev/video5</dev/video5 "},
+        {[](auto& g) { g.driver = "mxc-mdx"; }, "/dev/video5</dev/video5 "},
+        {[](auto& g) { g.entities[3] = g.Entity(4, "tolmen-camera ", kSensor); },
          "/dev/video3</dev/v4l-subdev0 /dev/video5</dev/video5 "},
-        {[](Graph& g) { g.entities[3] = g.Entity(4, "tolmen-camera", kSensor); },
+        {[](auto& g) { g.entities[3] = g.Entity(4, "tolmen-camera", kSensor); },
          "/dev/video5</dev/video5 "},
-        {[](Graph& g) { g.entities[3] = g.Entity(4, "a tolmen-camera 1", kSensor); },
+        {[](auto& g) { g.entities[3] = g.Entity(4, "a tolmen-camera 1", kSensor); },
          "/dev/video5</dev/video5 "},
-        {[](Graph& g) { g.entities[3].function = 0x20002; }, "/dev/video5</dev/video5 "},
-        {[](Graph& g) { g.links.erase(g.links.begin() + 1); }, "/dev/video5</dev/video5 "},
-        {[](Graph& g) { g.links.erase(g.links.begin()); }, "capture device has no interface"},
-        {[](Graph& g) { g.links.erase(g.links.begin() + 3); }, "pad has invalid link count"},
-        {[](Graph& g) { g.pads[2].flags = kSink; }, "First source pad not found"},
-        {[](Graph& g) { g.interfaces[1].devnode.minor = 9; },
+        {[](auto& g) { g.entities[3].function = 0x20002; }, "/dev/video5</dev/video5 "},
+        {[](auto& g) { g.links.erase(g.links.begin() + 1); }, "/dev/video5</dev/video5 "},
+        {[](auto& g) { g.links.erase(g.links.begin()); }, "capture device has no interface"},
+        {[](auto& g) { g.links.erase(g.links.begin() + 3); }, "pad has invalid link count"},
+        {[](auto& g) { g.pads[2].flags = kSink; }, "First source pad not found"},
+        {[](auto& g) { g.interfaces[1].devnode.minor = 9; },
          "Could not resolve major:minor (81:9) to device node"},
     };
     for (const auto& row : rows) {
@@ -201,14 +201,9 @@ TEST(HandlerSearch, TheReceiverDecidesTheWidthOfTheConverterBoard)
             board.Write(path, content);
         const PlatformPipelineHandlerImx8mp handler;
         std::uint32_t width = 0;
-        std::string error;
-        try {
-            width = handler.GetMaxWidth();
-        } catch (const std::runtime_error& caught) {
-            error = caught.what();
-        }
+        EXPECT_EQ(errorOf([&] { width = handler.GetMaxWidth(); }),
+                  row.width ? "" : "Failed to detect camera connection from devicetree");
         EXPECT_EQ(width, row.width) << &row - rows;
-        EXPECT_EQ(error, row.width ? "" : "Failed to detect camera connection from devicetree");
     }
 }
 

@@ -23,16 +23,8 @@ using testing::ElementsAre;
 using namespace test::media;
 using test::FakeMediaNode;
 
-std::string ErrorOf(FakeMediaNode& node)
-{
-    try {
-        node.Read();
-    } catch (const MediaDeviceError& error) {
-        EXPECT_EQ(node.openDescriptors, 0);
-        return error.what();
-    }
-    return {};
-}
+/// Makes the node tell something else.
+using Change = void (*)(FakeMediaNode&);
 
 TEST(MediaDevice, ReadsDescriptionAndGraph)
 {
@@ -44,13 +36,10 @@ TEST(MediaDevice, ReadsDescriptionAndGraph)
     EXPECT_EQ(device.GetModel(), "a model");
     EXPECT_EQ(device.GetMediaVersion(), 0x60100u);
     EXPECT_EQ(device.GetHardwareRevision(), 7u);
-    ASSERT_EQ(device.GetEntities().size(), 3u);
     const MediaEntity& sensor = *device.GetEntities()[2];
     EXPECT_EQ(sensor.name, "sensor");
     EXPECT_TRUE(sensor.IsCameraSensor());
     EXPECT_FALSE(device.GetEntities()[0]->IsCameraSensor());
-    EXPECT_EQ(NextEntity(sensor).name, "csi");
-    EXPECT_EQ(NextEntity(NextEntity(sensor)).name, "capture");
 }
 
 TEST(MediaDevice, InterfaceLinkGivesTheEntityItsNodeAndTheLastOneWins)
@@ -85,68 +74,46 @@ TEST(MediaDevice, ObjectsFollowAMove)
     }
 }
 
-TEST(MediaDevice, SystemCallFailuresNameTheCallAndCloseTheNode)
+TEST(MediaDevice, FailuresAreToldAndCloseTheNode)
 {
-    using Break = void (*)(FakeMediaNode&);
+    const std::string info = "Failed to get media device info: ";
+    const std::string topology = "Failed to get media device topology: ";
+    const auto wordsOf = [](int error) { return std::generic_category().message(error); };
     const struct {
-        Break breakNode;
-        int error;
-        std::string words;
+        Change change;
+        std::string text;
     } rows[] = {
-        {[](FakeMediaNode& n) { n.infoError = ENOTTY; }, ENOTTY, "Failed to get media device info"},
-        {[](FakeMediaNode& n) { n.topologyError = EIO; }, EIO,
-         "Failed to get media device topology"},
-        {[](FakeMediaNode& n) { n.topologyError = ENOSPC; }, ENOSPC,
-         "Failed to get media device topology"},
-        {[](FakeMediaNode& n) { n.afterwards = [](auto& t) { t.num_links = 0xFFFFFFFF; }; },
-         EOVERFLOW, "Failed to get media device topology"},
-    };
-    for (const auto& row : rows) {
-        FakeMediaNode node;
-        row.breakNode(node);
-        EXPECT_EQ(ErrorOf(node), row.words + ": " + std::generic_category().message(row.error));
-        EXPECT_LT(node.topologyCalls, 100u);
-    }
-    EXPECT_EQ(errorOf([] { MediaDevice("/nowhere/media0"); }),
-              "Failed to open media device node: " + std::generic_category().message(ENOENT));
-}
-
-TEST(MediaDevice, TopologyThatContradictsItselfIsRefused)
-{
-    using Break = void (*)(FakeMediaNode&);
-    const struct {
-        Break breakNode;
-        const char* text;
-    } rows[] = {
-        {[](FakeMediaNode& n) { n.pads[0].entity_id = 99; },
-         "Could not find parent entity for pad"},
-        {[](FakeMediaNode& n) { n.pads[1].entity_id = 20; },
-         "Could not find parent entity for pad"},
-        {[](FakeMediaNode& n) { n.links[0].sink_id = 20; },
-         "Could not find entity referenced by link"},
-        {[](FakeMediaNode& n) { n.links[0].source_id = 1; },
-         "Could not find interface referenced by link"},
-        {[](FakeMediaNode& n) { n.links[2].source_id = 1; },
-         "Could not find both pads referenced by link"},
-        {[](FakeMediaNode& n) { n.links[2].sink_id = 99; },
-         "Could not find both pads referenced by link"},
-        {[](FakeMediaNode& n) {
-             n.links[2].flags = 3u << 28;
-             n.links[2].sink_id = 1;
+        {[](auto& n) { n.infoError = ENOTTY; }, info + wordsOf(ENOTTY)},
+        {[](auto& n) { n.topologyError = EIO; }, topology + wordsOf(EIO)},
+        {[](auto& n) { n.topologyError = ENOSPC; }, topology + wordsOf(ENOSPC)},
+        {[](auto& n) { n.afterwards = [](auto& t) { t.num_links = 0xFFFFFFFF; }; },
+         topology + wordsOf(EOVERFLOW)},
+        {[](auto& n) { n.pads[0].entity_id = 99; }, "Could not find parent entity for pad"},
+        {[](auto& n) { n.pads[1].entity_id = 20; }, "Could not find parent entity for pad"},
+        {[](auto& n) { n.links[0].sink_id = 20; }, "Could not find entity referenced by link"},
+        {[](auto& n) { n.links[0].source_id = 1; }, "Could not find interface referenced by link"},
+        {[](auto& n) { n.links[2].source_id = 1; }, "Could not find both pads referenced by link"},
+        {[](auto& n) { n.links[2].sink_id = 99; }, "Could not find both pads referenced by link"},
+        {[](auto& n) {
+             n.links[2] = {32, 22, 1, 3u << 28, {}};
          },
          "Could not find both pads referenced by link"},
-        {[](FakeMediaNode& n) { n.entities[1].id = 1; }, "Found two media objects with one ID"},
-        {[](FakeMediaNode& n) { n.links[3].id = 32; }, "Found two media objects with one ID"},
-        {[](FakeMediaNode& n) {
+        {[](auto& n) { n.entities[1].id = 1; }, "Found two media objects with one ID"},
+        {[](auto& n) { n.links[3].id = 32; }, "Found two media objects with one ID"},
+        {[](auto& n) {
              n.links.push_back({40, 3, 1, MEDIA_LNK_FL_ANCILLARY_LINK, {}});
          },
          ""},
     };
     for (const auto& row : rows) {
         FakeMediaNode node;
-        row.breakNode(node);
-        EXPECT_EQ(ErrorOf(node), row.text);
+        row.change(node);
+        EXPECT_EQ(errorOf([&] { node.Read(); }), row.text);
+        EXPECT_EQ(node.openDescriptors, 0) << row.text;
+        EXPECT_LT(node.topologyCalls, 100u);
     }
+    EXPECT_EQ(errorOf([] { MediaDevice("/nowhere/media0"); }),
+              "Failed to open media device node: " + wordsOf(ENOENT));
 }
 
 TEST(MediaDevice, TopologyThatGrowsBetweenTheCallsIsReadAnew)
@@ -181,13 +148,9 @@ TEST(NextEntity, FollowsTheFirstLinkOfTheFirstSourcePad)
     node.pads.push_back({24, 3, kSource, 1, {}});
     node.links.push_back({34, 23, 20, 0, {}});
     const MediaDevice device = node.Read();
-    const auto& entities = device.GetEntities();
-    EXPECT_EQ(NextEntity(*entities[2]).name, "csi");
-    EXPECT_EQ(errorOf([&] { NextEntity(*entities[0]); }), "First source pad not found");
-    node.links.clear();
-    const MediaDevice unlinked = node.Read();
-    EXPECT_EQ(errorOf([&] { NextEntity(*unlinked.GetEntities()[1]); }),
-              "pad has invalid link count");
+    const MediaEntity& receiver = NextEntity(*device.GetEntities()[2]);
+    EXPECT_EQ(receiver.name, "csi");
+    EXPECT_EQ(NextEntity(receiver).name, "capture");
 }
 
 TEST(FindCaptureAndCamera, TakesTheFirstVideoNodeAndTheFirstSensor)
@@ -195,23 +158,21 @@ TEST(FindCaptureAndCamera, TakesTheFirstVideoNodeAndTheFirstSensor)
     test::BoardFiles board;
     board.Write("/sys/dev/char/81:0/uevent", "DEVNAME=video3\n");
     board.Write("/sys/dev/char/81:1/uevent", "DEVNAME=v4l-subdev0\n");
-    using Break = void (*)(FakeMediaNode&);
     const struct {
-        Break breakNode;
+        Change change;
         const char* error;
     } rows[] = {
-        {[](FakeMediaNode&) {}, ""},
-        {[](FakeMediaNode& n) { n.interfaces[0].intf_type = kSubdevice; },
-         "Could not find capture device"},
-        {[](FakeMediaNode& n) { n.entities[2].function = 0; }, "Could not find camera device"},
-        {[](FakeMediaNode& n) { n.links.erase(n.links.begin() + 1); },
+        {[](auto&) {}, ""},
+        {[](auto& n) { n.interfaces[0].intf_type = kSubdevice; }, "Could not find capture device"},
+        {[](auto& n) { n.entities[2].function = 0; }, "Could not find camera device"},
+        {[](auto& n) { n.links.erase(n.links.begin() + 1); },
          "Camera entity does not have an interface"},
-        {[](FakeMediaNode& n) { n.interfaces[1].devnode.minor = 9; },
+        {[](auto& n) { n.interfaces[1].devnode.minor = 9; },
          "Could not resolve major:minor (81:9) to device node"},
     };
     for (const auto& row : rows) {
         FakeMediaNode node;
-        row.breakNode(node);
+        row.change(node);
         const MediaDevice device = node.Read();
         std::pair<std::string, std::string> nodes;
         EXPECT_EQ(errorOf([&] { nodes = FindCaptureAndCamera(device); }), row.error);
@@ -223,7 +184,8 @@ TEST(FindCaptureAndCamera, TakesTheFirstVideoNodeAndTheFirstSensor)
 TEST(Enumerate, PassesOverMediaDevicesThatCantBeRead)
 {
     test::BoardFiles board;
-    for (const char* path : {"/dev/media0", "/dev/media1", "/dev/video0", "/dev/video1"})
+    for (const char* path :
+         {"/dev/media1", "/dev/video1", "/dev/video0", "/dev/media0", "/dev/radio0"})
         board.Write(path, "");
     FakeMediaNode node;
     std::string readable;
