@@ -12,7 +12,6 @@
 
 #include "base/pfnc.h"
 #include "capture/grabber/stream_grabber.h"
-#include "support/allocations.h"
 #include "support/fake_capture_node.h"
 #include "v4l2/video_device.h"
 
@@ -24,6 +23,7 @@ namespace Pfnc = GenTLProducer::Pfnc;
 constexpr std::uint32_t kWidth = 32;
 constexpr std::uint32_t kHeight = 4;
 constexpr std::size_t kPayload = 256;
+constexpr auto kNone = static_cast<V4lX::Result>(99);
 
 /// Counts the wake-ups of a grabber.
 class Bell final : public V4lX::IStreamGrabber::IBufferAvailable
@@ -95,10 +95,7 @@ struct TestGrabber {
     /// Handle of a new buffer of this many bytes, all 0xEE.
     std::uint64_t Register(std::size_t size = kPayload)
     {
-        {
-            const Allocations::Exemption exemption;
-            memory.emplace_back(size, 0xEE);
-        }
+        memory.emplace_back(size, 0xEE);
         std::uint64_t handle = 0;
         grabber.RegisterBuffer(memory.back().data(), size, &handle);
         return handle;
@@ -120,11 +117,11 @@ struct TestGrabber {
         EXPECT_EQ(grabber.startCapturing(), V4lX::Result::Success);
     }
 
-    /// The oldest result, with an error that there isn't if none waits.
+    /// The oldest result; one with the error kNone if none waits.
     V4lX::GrabResult Retrieve()
     {
         V4lX::GrabResult result{};
-        result.error = static_cast<V4lX::Result>(99);
+        result.error = kNone;
         grabber.RetrieveBuffer(&result, nullptr);
         return result;
     }

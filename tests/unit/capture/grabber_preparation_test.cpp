@@ -90,44 +90,6 @@ TEST(GrabberPreparation, AsksForTheImage)
     }
 }
 
-TEST(GrabberPreparation, ImageThatTheDriverAdjustsIsRefused)
-{
-    const struct {
-        std::uint32_t capabilities;
-        std::uint32_t width;
-        std::uint32_t height;
-        std::uint32_t size;
-        const char* told;
-    } rows[] = {
-        {kSingle, 31, 4, 256, "Width=31 (exp=32) Height=4 (exp=4) Bytesperline=62 Size=256"},
-        {kSingle, 32, 5, 256, "Width=32 (exp=32) Height=5 (exp=4) Bytesperline=62 Size=256"},
-        {kSingle, 32, 4, 257, "Width=32 (exp=32) Height=4 (exp=4) Bytesperline=62 Size=257"},
-        {kMulti, 32, 4, 255, "Width=32 (exp=32) Height=4 (exp=4) Bytesperline=62 Size=255"},
-    };
-    for (const auto& row : rows) {
-        FakeCaptureNode node;
-        node.capabilities = row.capabilities;
-        node.handlers[VIDIOC_S_FMT] = [&](void* argument) {
-            auto& format = *static_cast<v4l2_format*>(argument);
-            format.fmt.pix.width = row.width;
-            format.fmt.pix.height = row.height;
-            if (row.capabilities == kMulti) {
-                format.fmt.pix_mp.plane_fmt[0].sizeimage = row.size;
-                format.fmt.pix_mp.plane_fmt[0].bytesperline = 62;
-            } else {
-                format.fmt.pix.sizeimage = row.size;
-                format.fmt.pix.bytesperline = 62;
-            }
-            return 0;
-        };
-        TestGrabber grabber(node);
-        const Preparation preparation = Prepare(grabber);
-        EXPECT_EQ(preparation.result, Result::Failure);
-        EXPECT_THAT(preparation.trace, testing::EndsWith(row.told + std::string(" (exp=256)\n")));
-        EXPECT_EQ(node.CountLog("REQBUFS"), 0u);
-    }
-}
-
 TEST(GrabberPreparation, BusyNodeIsStoppedOnce)
 {
     const struct {
@@ -157,6 +119,19 @@ TEST(GrabberPreparation, BusyNodeIsStoppedOnce)
     }
 }
 
+/// Has the driver answer with another image than it is asked for.
+void Adjust(FakeCaptureNode& node, std::uint32_t width, std::uint32_t height, std::uint32_t size)
+{
+    node.handlers[VIDIOC_S_FMT] = [=](void* argument) {
+        v4l2_pix_format_mplane& image = static_cast<v4l2_format*>(argument)->fmt.pix_mp;
+        image.width = width;
+        image.height = height;
+        image.plane_fmt[0].sizeimage = size;
+        image.plane_fmt[0].bytesperline = 62;
+        return 0;
+    };
+}
+
 TEST(GrabberPreparation, FailureIsToldAndKeepsTheGrabberFromStartingUntilItIsFinished)
 {
     const struct {
@@ -166,7 +141,12 @@ TEST(GrabberPreparation, FailureIsToldAndKeepsTheGrabberFromStartingUntilItIsFin
     } rows[] = {
         {[](auto&, auto& g) { g.SetPixelFormat(0x01080009); },
          " Failed, didn't get correct pixelformat.\n", "G_FMT"},
-        {[](auto&, auto& g) { g.SetPayloadSize(kPayload + 1); }, " Size=256 (exp=257)\n", "S_FMT"},
+        {[](auto& node, auto&) { Adjust(node, 31, 4, 256); },
+         "Width=31 (exp=32) Height=4 (exp=4) Bytesperline=62 Size=256 (exp=256)\n", "S_FMT"},
+        {[](auto& node, auto&) { Adjust(node, 32, 5, 256); },
+         "Width=32 (exp=32) Height=5 (exp=4) Bytesperline=62 Size=256 (exp=256)\n", "S_FMT"},
+        {[](auto& node, auto&) { Adjust(node, 32, 4, 255); },
+         "Width=32 (exp=32) Height=4 (exp=4) Bytesperline=62 Size=255 (exp=256)\n", "S_FMT"},
         {[](auto&, auto& g) { g.SetIoMethod(IoMethod::UserPointer); },
          " I/O method user pointer not yet implemented\n", "S_FMT"},
         {[](auto&, auto& g) { g.SetIoMethod(static_cast<IoMethod>(2)); }, " Unknown I/O method 2\n",

@@ -6,8 +6,6 @@
 
 #include <sys/mman.h>
 
-#include "support/allocations.h"
-
 namespace test
 {
 
@@ -40,7 +38,6 @@ V4L2::SystemCalls FakeCaptureNode::Calls()
 {
     V4L2::SystemCalls calls;
     calls.open = [this](const char* path, int, int) {
-        const Allocations::Exemption exemption;
         const std::lock_guard<std::mutex> lock(mutex_);
         record(std::string("open ") + path);
         if ((errno = shouldFail()) != 0)
@@ -49,7 +46,6 @@ V4L2::SystemCalls FakeCaptureNode::Calls()
         return readiness_->GetReadDescriptor();
     };
     calls.close = [this](int) {
-        const Allocations::Exemption exemption;
         const std::lock_guard<std::mutex> lock(mutex_);
         record("close");
         if (--openDescriptors == 0) {
@@ -77,7 +73,6 @@ void FakeCaptureNode::FailCall(unsigned nth, int error)
 
 void FakeCaptureNode::PushFrame(const Frame& frame)
 {
-    const Allocations::Exemption exemption;
     const std::lock_guard<std::mutex> lock(mutex_);
     frames_.push_back(frame);
     updateReadiness();
@@ -125,7 +120,6 @@ std::uint32_t FakeCaptureNode::imageSize() const
 
 V4L2::IoctlResult FakeCaptureNode::ioctl(unsigned long request, void* argument)
 {
-    const Allocations::Exemption exemption;
     const std::lock_guard<std::mutex> lock(mutex_);
     int error = shouldFail();
     if (error == 0) {
@@ -252,7 +246,6 @@ int FakeCaptureNode::dequeueBuffer(v4l2_buffer& buffer)
 
 void* FakeCaptureNode::map(std::size_t length, off_t offset)
 {
-    const Allocations::Exemption exemption;
     const std::lock_guard<std::mutex> lock(mutex_);
     record("mmap " + std::to_string(length) + " at " + std::to_string(offset / kOffsetStep));
     if ((errno = shouldFail()) != 0)
@@ -267,7 +260,6 @@ void* FakeCaptureNode::map(std::size_t length, off_t offset)
 
 int FakeCaptureNode::unmap(void* address)
 {
-    const Allocations::Exemption exemption;
     const std::lock_guard<std::mutex> lock(mutex_);
     record("munmap");
     --mappings;

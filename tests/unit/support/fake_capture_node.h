@@ -29,8 +29,7 @@ struct Frame {
 };
 
 /// Behaves like a driver of the usual kind: readable while not streaming, EBUSY for S_FMT with
-/// buffers, memory that is really gone behind munmap. Its own allocations
-/// never fail. Any thread.
+/// buffers, memory that is really gone behind munmap. Any thread.
 class FakeCaptureNode
 {
 public:
