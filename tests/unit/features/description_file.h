@@ -1,6 +1,7 @@
 // An embedded GenICam description as nodes, for tests.
 #pragma once
 
+#include <algorithm>
 #include <map>
 #include <string>
 #include <string_view>
@@ -18,34 +19,28 @@ namespace GenTLProducer
 struct DescriptionNode {
     std::string kind; ///< element name
     std::string name;
-    std::map<std::string, std::string> attributes;
-    /// Children that hold text, in order.
+    /// Names and texts of all children in order, entries among them.
     std::vector<std::pair<std::string, std::string>> elements;
     std::vector<DescriptionNode> entries;
-    /// Names of all children in order, entries among them.
-    std::vector<std::string> order;
 
+    bool has(std::string_view element) const { return find(element) != elements.end(); }
     /// Text of the first child of that name; empty without one.
     std::string operator[](std::string_view element) const
     {
-        for (const auto& [key, text] : elements) {
-            if (key == element)
-                return text;
-        }
-        return {};
-    }
-    bool has(std::string_view element) const
-    {
-        for (const auto& child : elements) {
-            if (child.first == element)
-                return true;
-        }
-        return false;
+        return has(element) ? find(element)->second : "";
     }
     /// A number in decimal or hexadecimal.
-    std::uint64_t number(std::string_view element) const
+    std::uint32_t number(std::string_view element) const
     {
-        return std::stoull((*this)[element], nullptr, 0);
+        return static_cast<std::uint32_t>(std::stoull((*this)[element], nullptr, 0));
+    }
+
+private:
+    std::vector<std::pair<std::string, std::string>>::const_iterator
+    find(std::string_view element) const
+    {
+        return std::find_if(elements.begin(), elements.end(),
+                            [element](const auto& child) { return child.first == element; });
     }
 };
 
@@ -56,14 +51,15 @@ public:
     explicit DescriptionFile(const char* resourceName)
     {
         const EmbeddedFile* file = FindEmbeddedFile(resourceName);
-        if (file == nullptr)
-            return;
+        text.assign(file->data, file->size);
         xmlDoc* document = xmlReadMemory(file->data, static_cast<int>(file->size), resourceName,
                                          nullptr, XML_PARSE_NONET);
         if (document == nullptr)
             return;
-        read(xmlDocGetRootElement(document));
+        readNodes(xmlDocGetRootElement(document));
         xmlFreeDoc(document);
+        for (std::size_t i = 0; i < nodes.size(); ++i)
+            byName[nodes[i].name] = i;
     }
 
     const DescriptionNode* find(const std::string& name) const
@@ -79,76 +75,51 @@ public:
         if (node == nullptr)
             return {};
         if (node->has("Address"))
-            return {static_cast<std::uint32_t>(node->number("Address"))};
+            return {node->number("Address")};
         std::vector<std::uint32_t> addresses;
-        for (const auto& [element, text] : node->elements) {
+        for (const auto& [element, name] : node->elements) {
             if (element != "pValue" && element != "pValueIndexed")
                 continue;
-            for (const std::uint32_t address : registersOf(find(text)))
+            for (const std::uint32_t address : registersOf(find(name)))
                 addresses.push_back(address);
         }
         return addresses;
     }
 
-    std::map<std::string, std::string> attributes;
+    std::string text;
     std::vector<DescriptionNode> nodes;
     std::map<std::string, std::size_t> byName;
 
 private:
-    static std::string text(xmlChar* owned)
+    static std::string take(xmlChar* owned)
     {
         const std::string result = owned != nullptr ? reinterpret_cast<const char*>(owned) : "";
         xmlFree(owned);
         return result;
     }
-    static std::string nameOf(const xmlNode* element)
-    {
-        return reinterpret_cast<const char*>(element->name);
-    }
-    static std::map<std::string, std::string> attributesOf(xmlNode* element)
-    {
-        std::map<std::string, std::string> result;
-        for (xmlAttr* attribute = element->properties; attribute; attribute = attribute->next)
-            result[reinterpret_cast<const char*>(attribute->name)] =
-                text(xmlNodeListGetString(element->doc, attribute->children, 1));
-        return result;
-    }
-
     static DescriptionNode readNode(xmlNode* element)
     {
         DescriptionNode node;
-        node.kind = nameOf(element);
-        node.attributes = attributesOf(element);
-        node.name = node.attributes["Name"];
-        for (xmlNode* child = element->children; child; child = child->next) {
-            if (child->type != XML_ELEMENT_NODE)
-                continue;
-            node.order.push_back(nameOf(child));
-            if (node.order.back() == "EnumEntry")
+        node.kind = reinterpret_cast<const char*>(element->name);
+        node.name = take(xmlGetProp(element, BAD_CAST "Name"));
+        for (xmlNode* child = xmlFirstElementChild(element); child != nullptr;
+             child = xmlNextElementSibling(child)) {
+            node.elements.emplace_back(reinterpret_cast<const char*>(child->name),
+                                       take(xmlNodeGetContent(child)));
+            if (node.elements.back().first == "EnumEntry")
                 node.entries.push_back(readNode(child));
-            else
-                node.elements.emplace_back(node.order.back(), text(xmlNodeGetContent(child)));
         }
         return node;
     }
-
-    void read(xmlNode* root)
+    void readNodes(xmlNode* parent)
     {
-        attributes = attributesOf(root);
-        for (xmlNode* child = root->children; child; child = child->next) {
-            if (child->type != XML_ELEMENT_NODE)
-                continue;
-            if (nameOf(child) == "Group") {
-                for (xmlNode* inner = child->children; inner; inner = inner->next) {
-                    if (inner->type == XML_ELEMENT_NODE)
-                        nodes.push_back(readNode(inner));
-                }
-            } else {
+        for (xmlNode* child = xmlFirstElementChild(parent); child != nullptr;
+             child = xmlNextElementSibling(child)) {
+            if (xmlStrEqual(child->name, BAD_CAST "Group"))
+                readNodes(child);
+            else
                 nodes.push_back(readNode(child));
-            }
         }
-        for (std::size_t i = 0; i < nodes.size(); ++i)
-            byName[nodes[i].name] = i;
     }
 };
 

@@ -11,128 +11,89 @@ namespace
 {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 using Lines = std::vector<std::string>;
-using Words = std::vector<std::uint32_t>;
 
-/// The limits in front of a number's value.
-Words LimitsOf(Registers& registers, std::uint32_t value)
-{
-    return registers.words(value - 12, 3);
-}
-
-std::unique_ptr<GivenAgent> Platform(const ImageSizeLimits& limits,
-                                     std::vector<std::uint32_t> refused = {})
+std::unique_ptr<GivenAgent> Platform(const ImageSizeLimits& limits, const Words& refused = {})
 {
     auto agent = std::make_unique<GivenAgent>();
     agent->limits = limits;
-    agent->refused = std::move(refused);
+    agent->refused = refused;
     return agent;
 }
 
 TEST(ImageFormat, OpeningAsksThePlatform)
 {
-    OpenRegisters registers;
-    const ImageSizeLimits& asked = registers.platform.asked;
+    auto agent = std::make_unique<GivenAgent>();
+    const GivenAgent& platform = *agent;
+    const OpenRegisters registers(std::move(agent));
+    const ImageSizeLimits& asked = platform.asked;
     EXPECT_THAT((Words{asked.minWidth, asked.maxWidth, asked.widthIncrement, asked.minHeight,
                        asked.maxHeight, asked.heightIncrement}),
                 ElementsAre(96, 2592, 8, 104, 1944, 8));
-    EXPECT_THAT(registers.platform.candidates, ElementsAre(Pfnc::YUV422_8, Pfnc::YUV422_8_UYVY,
-                                                           Pfnc::YCbCr420_8_YY_CbCr_Semiplanar));
+    EXPECT_THAT(platform.candidates, ElementsAre(Pfnc::YUV422_8, Pfnc::YUV422_8_UYVY,
+                                                 Pfnc::YCbCr420_8_YY_CbCr_Semiplanar));
 }
 
-TEST(ImageFormat, RegistersAtOpen)
+class ImageFormat1008 : public testing::Test, protected OpenRegisters
 {
-    OpenRegisters registers;
-    const struct {
-        std::uint32_t address;
-        Words words;
-    } kCases[] = {
-        {0x10000a0c, {96, 2592, 8, 2592}},
-        {0x10000a1c, {104, 1944, 8, 1944}},
-        {0x10000a2c, {0, 0, 8, 0}},
-        {0x10000a3c, {0, 0, 8, 0}},
-        {0x10000ad0, {30, 100, 1, 100}},
-        {kPayloadSize, {10077696}},
-        {kPixelFormat, {Pfnc::YUV422_8_UYVY}},
-        {kPixelSize, {3, 255}},
-        {kScaledSensorWidth, {2592, 1944}},
-        {kWidthMax, {2592, 1944}},
-    };
-    for (const auto& c : kCases)
-        EXPECT_EQ(registers.words(c.address, c.words.size()), c.words) << std::hex << c.address;
-    Words valid(32, 0);
-    valid[5] = valid[6] = valid[7] = 1;
-    EXPECT_EQ(registers.words(kPixelFormatValid, 32), valid);
-}
+protected:
+    ImageFormat1008()
+    {
+        write(Reg::Width, 1008);
+        write(Reg::Height, 1000);
+        journal.take();
+    }
+};
 
-TEST(ImageFormat, WidthSendsAllThatDependsOnIt)
+TEST_F(ImageFormat1008, WidthSendsAllThatDependsOnIt)
 {
-    OpenRegisters registers;
-    EXPECT_EQ(registers.write32(kWidth, 1000), 0);
-    EXPECT_THAT(registers.journal.take(),
-                ElementsAre("grabber SetWidth 1000", "module SetWidth 1000",
-                            "module SetScalingFactor 1", "module SetOffsetX 0",
-                            "grabber SetOffsetX 0", "module SetOffsetY 0", "grabber SetOffsetY 0",
-                            "grabber SetPayloadSize 3888000"));
-    EXPECT_THAT(LimitsOf(registers, kOffsetX), ElementsAre(0, 1592, 8));
-    EXPECT_EQ(registers.read32(kPayloadSize), 3888000u);
-
-    EXPECT_EQ(registers.write32(kWidth, 1003), kRejected);
-    EXPECT_THAT(registers.journal.take(), IsEmpty());
-    EXPECT_EQ(registers.read32(kWidth), 1000u);
+    check({{Reg::Width,
+            1000,
+            {"grabber SetWidth 1000", "SetWidth 1000", "SetScalingFactor 1", "SetOffsetX 0",
+             "grabber SetOffsetX 0", "SetOffsetY 0", "grabber SetOffsetY 0",
+             "grabber SetPayloadSize 2000000"}},
+           {Reg::Width, 1003, kRejected}});
+    EXPECT_THAT(limits(Reg::OffsetX), ElementsAre(0, 1592, 8, 0));
+    EXPECT_THAT(read({Reg::PayloadSize, Reg::Width}), ElementsAre(2000000, 1000));
 }
 
 // One long walk, each step on the state that the one before left.
-TEST(ImageFormat, ScalingAndOffsets)
+TEST_F(ImageFormat1008, ScalingAndOffsets)
 {
-    OpenRegisters registers;
-    registers.write32(kWidth, 1008);
-    registers.write32(kHeight, 1000);
-    EXPECT_THAT(LimitsOf(registers, kScalingFactor), ElementsAre(30, 194, 1));
-    registers.journal.take();
+    EXPECT_THAT(limits(Reg::TlmScalingFactor), ElementsAre(30, 194, 1, 100));
     const struct {
-        std::uint32_t address, value;
-        RegisterStatus status;
-        Lines calls;
-        Words x, y; ///< limits and value of the offsets behind the step
+        Write write;
+        Words x, y;   ///< limits and value of the offsets behind the step
+        Words sensor; ///< its scaled size
     } kSteps[] = {
         // clang-format off
-        {kScalingFactor, 50, 0,
-         {"module SetScalingFactor 0.5", "module SetOffsetX 0", "grabber SetOffsetX 0",
-          "module SetOffsetY 0", "grabber SetOffsetY 0"}, {0, 4176, 16, 0}, {0, 2880, 16, 0}},
-        {kOffsetX, 96, 0, {"module SetOffsetX 48", "grabber SetOffsetX 48"},
-         {0, 4176, 16, 96}, {0, 2880, 16, 0}},
-        {kOffsetX, 100, kRejected, {}, {0, 4176, 16, 96}, {0, 2880, 16, 0}},
-        {kCenterX, 1, 0, {"module SetOffsetX 1040", "grabber SetOffsetX 1040"},
-         {0, 4176, 16, 2080}, {0, 2880, 16, 0}},
-        {kCenterY, 0, 0, {"module SetOffsetY 720", "grabber SetOffsetY 720"},
-         {0, 4176, 16, 2080}, {0, 2880, 16, 1440}},
-        {kScalingFactor, 195, kRejected, {}, {0, 4176, 16, 2080}, {0, 2880, 16, 1440}},
-        {kScalingFactor, 150, 0,
-         {"module SetScalingFactor 1.5", "module SetOffsetX 1080", "grabber SetOffsetX 1080",
-          "module SetOffsetY 440", "grabber SetOffsetY 440"}, {0, 720, 5, 720}, {0, 295, 5, 295}},
-        {kOffsetY, 290, 0, {"module SetOffsetY 435", "grabber SetOffsetY 435"},
-         {0, 720, 5, 720}, {0, 295, 5, 290}},
-        {kOffsetY, 300, kRejected, {}, {0, 720, 5, 720}, {0, 295, 5, 290}},
+        {{Reg::TlmScalingFactor, 50,
+          {"SetScalingFactor 0.5", "SetOffsetX 0", "grabber SetOffsetX 0",
+           "SetOffsetY 0", "grabber SetOffsetY 0"}}, {0, 4176, 16, 0}, {0, 2880, 16, 0}, {5184, 3888}},
+        {{Reg::OffsetX, 96, {"SetOffsetX 48", "grabber SetOffsetX 48"}},
+         {0, 4176, 16, 96}, {0, 2880, 16, 0}, {5184, 3888}},
+        {{Reg::OffsetX, 100, kRejected}, {0, 4176, 16, 96}, {0, 2880, 16, 0}, {5184, 3888}},
+        {{Reg::TlmCenterX, 1, {"SetOffsetX 1040", "grabber SetOffsetX 1040"}},
+         {0, 4176, 16, 2080}, {0, 2880, 16, 0}, {5184, 3888}},
+        {{Reg::TlmCenterY, 0, {"SetOffsetY 720", "grabber SetOffsetY 720"}},
+         {0, 4176, 16, 2080}, {0, 2880, 16, 1440}, {5184, 3888}},
+        {{Reg::TlmScalingFactor, 195, kRejected},
+         {0, 4176, 16, 2080}, {0, 2880, 16, 1440}, {5184, 3888}},
+        {{Reg::TlmScalingFactor, 150,
+          {"SetScalingFactor 1.5", "SetOffsetX 1080", "grabber SetOffsetX 1080",
+           "SetOffsetY 440", "grabber SetOffsetY 440"}}, {0, 720, 5, 720}, {0, 295, 5, 295}, {1728, 1296}},
+        {{Reg::OffsetY, 290, {"SetOffsetY 435", "grabber SetOffsetY 435"}},
+         {0, 720, 5, 720}, {0, 295, 5, 290}, {1728, 1296}},
+        {{Reg::OffsetY, 300, kRejected}, {0, 720, 5, 720}, {0, 295, 5, 290}, {1728, 1296}},
         // clang-format on
     };
     for (const auto& step : kSteps) {
-        EXPECT_EQ(registers.write32(step.address, step.value), step.status) << step.value;
-        EXPECT_EQ(registers.journal.take(), step.calls) << step.value;
-        EXPECT_EQ(registers.words(kOffsetX - 12, 4), step.x) << step.value;
-        EXPECT_EQ(registers.words(kOffsetY - 12, 4), step.y) << step.value;
+        SCOPED_TRACE(step.write.value);
+        check({step.write});
+        EXPECT_EQ(limits(Reg::OffsetX), step.x);
+        EXPECT_EQ(limits(Reg::OffsetY), step.y);
+        EXPECT_EQ(words(Reg::TlmScaledSensorWidth, 2), step.sensor);
     }
-    EXPECT_THAT(registers.words(kScaledSensorWidth, 2), ElementsAre(1728, 1296));
-}
-
-TEST(ImageFormat, SmallerScaleEnlargesTheSensor)
-{
-    OpenRegisters registers;
-    registers.write32(kWidth, 1008);
-    registers.write32(kHeight, 1000);
-    registers.write32(kScalingFactor, 50);
-    EXPECT_THAT(registers.words(kScaledSensorWidth, 2), ElementsAre(5184, 3888));
 }
 
 // The image has to cover its minimum on the sensor, rounded up, and to fit on it, rounded down.
@@ -146,70 +107,80 @@ TEST(ImageFormat, SizeLimitsTheScale)
     };
     for (const auto& c : kCases) {
         OpenRegisters registers;
-        EXPECT_EQ(registers.write32(kWidth, c.width), 0);
-        EXPECT_EQ(registers.write32(kHeight, c.height), 0);
-        EXPECT_THAT(LimitsOf(registers, kScalingFactor), ElementsAre(c.min, c.max, 1)) << c.width;
+        EXPECT_EQ(registers.write(Reg::Width, c.width), 0);
+        EXPECT_EQ(registers.write(Reg::Height, c.height), 0);
+        EXPECT_THAT(registers.limits(Reg::TlmScalingFactor), ElementsAre(c.min, c.max, 1, 100))
+            << c.width;
     }
 }
 
-TEST(ImageFormat, PixelFormatBringsItsWords)
+TEST_F(ImageFormat1008, PixelFormatBringsItsWords)
 {
-    OpenRegisters registers;
-    registers.write32(kWidth, 1008);
-    registers.write32(kHeight, 1000);
-    registers.journal.take();
-    EXPECT_EQ(registers.write32(kPixelFormat, Pfnc::YCbCr420_8_YY_CbCr_Semiplanar), 0);
-    EXPECT_THAT(registers.journal.take(),
-                ElementsAre("grabber SetPixelFormat 34341138", "module SetPixelFormat 34341138",
-                            "grabber SetPayloadSize 1512000"));
-    EXPECT_EQ(registers.read32(kPixelFormat), Pfnc::YCbCr420_8_YY_CbCr_Semiplanar);
-    EXPECT_THAT(registers.words(kPixelSize, 2), ElementsAre(2, 255));
-    EXPECT_EQ(registers.read32(kPayloadSize), 1512000u);
-
+    check({{Reg::PixelFormat,
+            Pfnc::YCbCr420_8_YY_CbCr_Semiplanar,
+            {"grabber SetPixelFormat 34341138", "SetPixelFormat 34341138",
+             "grabber SetPayloadSize 1512000"}}});
     for (const std::uint32_t format : {Pfnc::Mono8, Pfnc::RGB8, Pfnc::BayerRG8, 0u})
-        EXPECT_EQ(registers.write32(kPixelFormat, format), kRejected);
-    EXPECT_THAT(registers.journal.take(), IsEmpty());
+        check({{Reg::PixelFormat, format, kRejected}});
+    EXPECT_THAT(
+        read({Reg::PixelFormat, Reg::PixelSize, Reg::PixelDynamicRangeMax, Reg::PayloadSize}),
+        ElementsAre(Pfnc::YCbCr420_8_YY_CbCr_Semiplanar, 2, 255, 1512000));
 }
 
 TEST(ImageFormat, PlatformNarrowsTheFormats)
 {
     const ImageSizeLimits wide{96, 2592, 8, 104, 1944, 8};
     const struct {
-        std::vector<std::uint32_t> refused;
-        std::uint32_t mask, format;
+        Words refused;
+        Words valid; ///< of the ISP's three formats
+        std::uint32_t format;
     } kCases[] = {
-        {{Pfnc::YUV422_8_UYVY}, 1u << 5 | 1u << 7, Pfnc::YUV422_8},
-        {{Pfnc::YUV422_8_UYVY, Pfnc::YUV422_8}, 1u << 7, Pfnc::YCbCr420_8_YY_CbCr_Semiplanar},
-        {{Pfnc::Mono8}, 1u << 5 | 1u << 6 | 1u << 7, Pfnc::YUV422_8_UYVY},
+        {{Pfnc::YUV422_8_UYVY}, {1, 0, 1}, Pfnc::YUV422_8},
+        {{Pfnc::YUV422_8_UYVY, Pfnc::YUV422_8}, {0, 0, 1}, Pfnc::YCbCr420_8_YY_CbCr_Semiplanar},
+        {{Pfnc::Mono8}, {1, 1, 1}, Pfnc::YUV422_8_UYVY},
         // Without any format the first choice is sent all the same.
         {{Pfnc::YUV422_8_UYVY, Pfnc::YUV422_8, Pfnc::YCbCr420_8_YY_CbCr_Semiplanar},
-         0,
+         {0, 0, 0},
          Pfnc::YUV422_8_UYVY},
     };
     for (const auto& c : kCases) {
-        Registers registers(Platform(wide, c.refused));
-        registers.camera->run();
-        EXPECT_EQ(registers.journal.take()[1],
-                  "grabber SetPixelFormat " + std::to_string(c.format));
-        std::uint32_t mask = 0;
-        for (std::uint32_t i = 0; i < 32; ++i)
-            mask |= registers.read32(kPixelFormatValid + 4 * i) << i;
-        EXPECT_EQ(mask, c.mask);
+        OpenRegisters registers(Platform(wide, c.refused));
+        EXPECT_EQ(registers.opening[1], "grabber SetPixelFormat " + std::to_string(c.format));
+        EXPECT_EQ(registers.words(0x100004cc + 4 * 5, 3), c.valid);
     }
 }
 
-TEST(ImageFormat, SmallerPlatformCutsFromTheMiddle)
+TEST(ImageFormat, PlatformWithoutRoomCutsFromTheMiddle)
 {
-    Registers registers(Platform({96, 1920, 8, 104, 1080, 8}));
-    registers.camera->run();
-    EXPECT_THAT(registers.journal.take(),
-                testing::IsSupersetOf({"module SetWidth 1920", "module SetHeight 1080",
-                                       "module SetOffsetX 336", "module SetOffsetY 432"}));
-    EXPECT_EQ(registers.words(kWidth - 12, 4), (Words{96, 1920, 8, 1920}));
-    EXPECT_EQ(registers.words(kOffsetX - 12, 4), (Words{0, 672, 8, 336}));
-    EXPECT_EQ(registers.words(kOffsetY - 12, 4), (Words{0, 864, 8, 432}));
-    EXPECT_THAT(LimitsOf(registers, kScalingFactor), ElementsAre(30, 135, 1));
-    EXPECT_THAT(registers.words(kWidthMax, 2), ElementsAre(1920, 1080));
+    const struct {
+        ImageSizeLimits limits;
+        Lines calls;
+        Words width, x, y, scale, sensor;
+    } kCases[] = {
+        // clang-format off
+        {{96, 1920, 8, 104, 1080, 8},
+         {"SetWidth 1920", "SetHeight 1080", "SetOffsetX 336", "SetOffsetY 432"},
+         {96, 1920, 8, 1920}, {0, 672, 8, 336}, {0, 864, 8, 432}, {30, 135, 1, 100}, {2592, 1944}},
+        // An empty range has no grid; a grid of one point is its minimum.
+        {{96, 48, 8, 104, 1944, 0}, {"SetWidth 48", "SetHeight 104"},
+         {96, 48, 8, 48}, {0, 1248, 4, 636}, {0, 868, 4, 460}, {200, 1869, 1, 200}, {1296, 972}},
+        // A quotient by nothing is 0.
+        {{0, 0, 0, 0, 0, 0},
+         {"SetWidth 0", "SetScalingFactor 0", "SetOffsetX 0", "grabber SetPayloadSize 0"},
+         {0, 0, 0, 0}, {0, 0, 1, 0}, {0, 0, 1, 0}, {30, 0, 1, 0}, {0, 0}},
+        // clang-format on
+    };
+    for (const auto& c : kCases) {
+        OpenRegisters registers(Platform(c.limits));
+        EXPECT_THAT(registers.opening, testing::IsSupersetOf(c.calls));
+        EXPECT_EQ(registers.limits(Reg::Width), c.width);
+        EXPECT_EQ(registers.limits(Reg::OffsetX), c.x);
+        EXPECT_EQ(registers.limits(Reg::OffsetY), c.y);
+        EXPECT_EQ(registers.limits(Reg::TlmScalingFactor), c.scale);
+        EXPECT_EQ(registers.words(Reg::TlmScaledSensorWidth, 2), c.sensor);
+        EXPECT_EQ(registers.words(Reg::WidthMax, 2),
+                  (Words{c.limits.maxWidth, c.limits.maxHeight}));
+    }
 }
 
 // No answer of a platform may divide by zero or hang; what comes out is only plausible.
@@ -224,50 +195,33 @@ TEST(ImageFormat, SurvivesAnyPlatform)
         {96, 2592, 8, 0, 0, 0},
     };
     for (const ImageSizeLimits& limits : kPlatforms) {
-        Registers registers(Platform(limits));
-        registers.open();
-        for (const std::uint32_t address :
-             {kWidth, kHeight, kScalingFactor, kOffsetX, kOffsetY, kCenterX, kCenterY}) {
+        OpenRegisters registers(Platform(limits));
+        for (const Reg key : {Reg::Width, Reg::Height, Reg::TlmScalingFactor, Reg::OffsetX,
+                              Reg::OffsetY, Reg::TlmCenterX, Reg::TlmCenterY}) {
             for (const std::uint32_t value : {0u, 1u, 96u, 2592u, 0x80000000u, kHuge}) {
-                registers.write32(address, value);
-                registers.write32(kStreamingStart, 1);
-                EXPECT_EQ(registers.write32(address, value), 0);
-                EXPECT_EQ(registers.write32(kStreamingEnd, 1), 0);
+                registers.write(key, value);
+                registers.write(Reg::StreamingStart, 1);
+                EXPECT_EQ(registers.write(key, value), 0);
+                EXPECT_EQ(registers.write(Reg::StreamingEnd, 1), 0);
             }
         }
-        for (const std::uint32_t offset : {kOffsetX, kOffsetY}) {
-            const Words words = registers.words(offset - 12, 4);
+        for (const Reg offset : {Reg::OffsetX, Reg::OffsetY}) {
+            const Words words = registers.limits(offset);
             EXPECT_GE(words[2], 1u);
             EXPECT_LE(words[3], words[1]);
         }
-        EXPECT_GE(registers.read32(kWidth), std::min(limits.minWidth, limits.maxWidth));
-        EXPECT_LE(registers.read32(kWidth), std::max(limits.minWidth, limits.maxWidth));
+        EXPECT_GE(registers.read(Reg::Width), std::min(limits.minWidth, limits.maxWidth));
+        EXPECT_LE(registers.read(Reg::Width), std::max(limits.minWidth, limits.maxWidth));
     }
 }
 
-// A quotient by nothing is 0.
-TEST(ImageFormat, PlatformWithoutAnImageLeavesZeros)
+TEST_F(ImageFormat1008, FailingCallEndsTheChain)
 {
-    Registers registers(Platform({0, 0, 0, 0, 0, 0}));
-    registers.camera->run();
-    EXPECT_THAT(registers.journal.take(),
-                testing::IsSupersetOf({"module SetWidth 0", "module SetScalingFactor 0",
-                                       "module SetOffsetX 0", "grabber SetPayloadSize 0"}));
-    EXPECT_EQ(registers.words(kScalingFactor - 12, 4), (Words{30, 0, 1, 0}));
-    EXPECT_EQ(registers.words(kOffsetX - 12, 4), (Words{0, 0, 1, 0}));
-    EXPECT_THAT(registers.words(kScaledSensorWidth, 2), ElementsAre(0, 0));
-}
-
-TEST(ImageFormat, FailingCallEndsTheChain)
-{
-    OpenRegisters registers;
-    registers.journal.failing = "module SetScalingFactor";
-    EXPECT_THROW(registers.write32(kWidth, 1000), std::runtime_error);
-    EXPECT_THAT(
-        registers.journal.take(),
-        ElementsAre("grabber SetWidth 1000", "module SetWidth 1000", "module SetScalingFactor 1"));
-    EXPECT_EQ(registers.read32(kWidth), 1000u);
-    EXPECT_EQ(registers.read32(kPayloadSize), 10077696u);
+    journal.failing = "SetScalingFactor";
+    EXPECT_THROW(write(Reg::Width, 1000), std::runtime_error);
+    EXPECT_THAT(journal.take(),
+                ElementsAre("grabber SetWidth 1000", "SetWidth 1000", "SetScalingFactor 1"));
+    EXPECT_THAT(read({Reg::Width, Reg::PayloadSize}), ElementsAre(1000, 2016000));
 }
 
 } // namespace

@@ -27,69 +27,67 @@ bool IsInvalidated(const DescriptionFile& file, const DescriptionNode& changed,
 }
 
 /// Every number that can be read, by the node of its register.
-std::map<const DescriptionNode*, std::uint32_t> Snapshot(Registers& camera,
+std::map<const DescriptionNode*, std::uint32_t> Snapshot(OpenRegisters& camera,
                                                          const DescriptionFile& file)
 {
     std::map<const DescriptionNode*, std::uint32_t> words;
     for (const DescriptionNode& node : file.nodes) {
         if (node.kind == "IntReg" && node["AccessMode"] != "WO")
-            words[&node] = camera.read32(file.registersOf(&node)[0]);
+            words[&node] = camera.read(node.number("Address"));
     }
     return words;
 }
 
 // A walk through all dependencies between features.
-constexpr struct {
-    std::uint32_t address, value;
-} kWrites[] = {
-    {kPixelFormat, Pfnc::YCbCr420_8_YY_CbCr_Semiplanar},
-    {kWidth, 1008},
-    {kHeight, 1000},
-    {kScalingFactor, 50},
-    {kCenterX, 1},
-    {kCenterY, 1},
-    {kScalingFactor, 150},
-    {kWidth, 1704},
-    {kTLParamsLocked, 1},
-    {kTLParamsLocked, 0},
-    {0x1000084c, 0},  // TlmColorSpace Off
-    {0x100007c8, 50}, // TlmContrast
-    {0x10000984, 0},  // TlmAdaptiveToneMappingMode Off
-    {0x10000984, 1},  // and Auto
-    {0x100008d0, 0},  // BalanceWhiteAuto Off
-    {0x10000a08, 3},  // TlmLightSourcePreset
-    {kAcquisitionStart, 1},
-    {0x10000a08, 0}, // the ratios are the camera's now
-    {0x10000a08, 4},
-    {0x100008d0, 1}, // BalanceWhiteAuto Continuous
-    {0x100005d0, 0}, // ExposureAuto Off
-    {0x10000674, 0}, // GainAuto Off
-    {kAcquisitionAbort, 1},
-    {0x10001518, 0}, // TriggerSource Software
-    {0x10001518, 1}, // and Line1
-    {kAcquisitionStart, 1},
-    {kAcquisitionStop, 1},
-    {kStreamingStart, 1},
-    {kHeight, 104},
-    {0x1000084c, 1}, // TlmColorSpace sRgb
-    {kStreamingEnd, 1},
+constexpr std::pair<Reg, std::uint32_t> kWrites[] = {
+    {Reg::PixelFormat, Pfnc::YCbCr420_8_YY_CbCr_Semiplanar},
+    {Reg::Width, 1008},
+    {Reg::Height, 1000},
+    {Reg::TlmScalingFactor, 50},
+    {Reg::TlmCenterX, 1},
+    {Reg::TlmCenterY, 1},
+    {Reg::TlmScalingFactor, 150},
+    {Reg::Width, 1704},
+    {Reg::TLParamsLocked, 1},
+    {Reg::TLParamsLocked, 0},
+    {Reg::TlmColorSpace, 0},
+    {Reg::TlmContrast, 50},
+    {Reg::TlmAdaptiveToneMappingMode, 0}, // Off
+    {Reg::TlmAdaptiveToneMappingMode, 1}, // and Auto
+    {Reg::BalanceWhiteAuto, 0},           // Off
+    {Reg::TlmLightSourcePreset, 3},
+    {Reg::AcquisitionStart, 1},
+    {Reg::TlmLightSourcePreset, 0}, // the ratios are the camera's now
+    {Reg::TlmLightSourcePreset, 4},
+    {Reg::BalanceWhiteAuto, 1}, // Continuous
+    {Reg::ExposureAuto, 0},     // Off
+    {Reg::GainAuto, 0},         // Off
+    {Reg::AcquisitionAbort, 1},
+    {Reg::TriggerSource3, 0}, // Software
+    {Reg::TriggerSource3, 1}, // and Line1
+    {Reg::AcquisitionStart, 1},
+    {Reg::AcquisitionStop, 1},
+    {Reg::StreamingStart, 1},
+    {Reg::Height, 104},
+    {Reg::TlmColorSpace, 1}, // sRgb
+    {Reg::StreamingEnd, 1},
 };
 
 TEST(Invalidation, CoversWhatEveryWriteChanges)
 {
-    Registers camera;
-    camera.open();
+    OpenRegisters camera;
     const DescriptionFile file("genicam.xml");
     std::size_t changes = 0;
-    for (const auto& write : kWrites) {
+    for (const auto& [key, value] : kWrites) {
+        const Address written = key;
         const auto before = Snapshot(camera, file);
-        ASSERT_EQ(camera.write32(write.address, write.value), 0) << std::hex << write.address;
+        ASSERT_EQ(camera.write(written, value), 0) << std::hex << written.number;
         for (const auto& [node, word] : Snapshot(camera, file)) {
-            if (word == before.at(node) || file.registersOf(node)[0] == write.address)
+            if (word == before.at(node) || node->number("Address") == written.number)
                 continue;
             ++changes;
-            EXPECT_TRUE(IsInvalidated(file, *node, write.address))
-                << node->name << " by " << std::hex << write.address;
+            EXPECT_TRUE(IsInvalidated(file, *node, written.number))
+                << node->name << " by " << std::hex << written.number;
         }
     }
     EXPECT_GT(changes, 100u);

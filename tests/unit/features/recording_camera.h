@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <map>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
@@ -12,12 +13,14 @@
 #include "base/endian.h"
 #include "bus/bus_device_implementation.h"
 #include "features/camera_registers.h"
+#include "features/register_table.h"
 #include "features/runtime_mcm.h"
 
 namespace GenTLProducer
 {
 
-/// Calls in their order, "module SetWidth 1000". Can throw at the call that begins with a text.
+/// Calls in their order, "SetWidth 1000" of the module, "grabber SetWidth 1000". Can throw at the
+/// call that begins with a text.
 class Journal
 {
 public:
@@ -56,98 +59,84 @@ public:
         return mcm::BusDevice(std::move(implementation));
     }
     std::string GetFirmwareVersion() override { return "p=isp/s=r/v=1.2/h=abc"; }
-    void SetWidth(std::uint32_t v) override { journal_.note("module SetWidth", v); }
-    void SetHeight(std::uint32_t v) override { journal_.note("module SetHeight", v); }
-    void SetOffsetX(std::uint32_t v) override { journal_.note("module SetOffsetX", v); }
-    void SetOffsetY(std::uint32_t v) override { journal_.note("module SetOffsetY", v); }
-    void SetPixelFormat(std::uint32_t v) override { journal_.note("module SetPixelFormat", v); }
-    void SetScalingFactor(float v) override { journal_.note("module SetScalingFactor", v); }
-    void SetExposureAuto(bool v) override { journal_.note("module SetExposureAuto", v); }
-    void SetExposureTime_us(std::uint32_t v) override
-    {
-        journal_.note("module SetExposureTime_us", v);
-    }
-    std::uint32_t GetCurrentExposureTime_us() override
-    {
-        journal_.note("module GetCurrentExposureTime_us");
-        return currentExposure;
-    }
-    void SetGainAuto(bool v) override { journal_.note("module SetGainAuto", v); }
-    void SetGainFactor(double v) override { journal_.note("module SetGainFactor", v); }
-    double GetCurrentGainFactor() override
-    {
-        journal_.note("module GetCurrentGainFactor");
-        return currentGain;
-    }
-    void SetTestPattern(std::uint32_t v) override { journal_.note("module SetTestPattern", v); }
-    void SetAcquisitionFrameRate(double v) override
-    {
-        journal_.note("module SetAcquisitionFrameRate", v);
-    }
+    void SetWidth(std::uint32_t v) override { journal_.note("SetWidth", v); }
+    void SetHeight(std::uint32_t v) override { journal_.note("SetHeight", v); }
+    void SetOffsetX(std::uint32_t v) override { journal_.note("SetOffsetX", v); }
+    void SetOffsetY(std::uint32_t v) override { journal_.note("SetOffsetY", v); }
+    void SetPixelFormat(std::uint32_t v) override { journal_.note("SetPixelFormat", v); }
+    void SetScalingFactor(float v) override { journal_.note("SetScalingFactor", v); }
+    void SetExposureAuto(bool v) override { journal_.note("SetExposureAuto", v); }
+    void SetExposureTime_us(std::uint32_t v) override { journal_.note("SetExposureTime_us", v); }
+    void SetGainAuto(bool v) override { journal_.note("SetGainAuto", v); }
+    void SetGainFactor(double v) override { journal_.note("SetGainFactor", v); }
+    void SetTestPattern(std::uint32_t v) override { journal_.note("SetTestPattern", v); }
+    void SetAcquisitionFrameRate(double v) override { journal_.note("SetAcquisitionFrameRate", v); }
     void SetAcquisitionFrameRateEnable(bool v) override
     {
-        journal_.note("module SetAcquisitionFrameRateEnable", v);
+        journal_.note("SetAcquisitionFrameRateEnable", v);
     }
-    void SetSharpness(double v) override { journal_.note("module SetSharpness", v); }
-    void SetAntiFlicker(std::uint32_t v) override { journal_.note("module SetAntiFlicker", v); }
-    void SetBrightness(double v) override { journal_.note("module SetBrightness", v); }
-    void SetContrast(double v) override { journal_.note("module SetContrast", v); }
-    void SetGamma(double v) override { journal_.note("module SetGamma", v); }
-    void SetColorSpace(std::uint32_t v) override { journal_.note("module SetColorSpace", v); }
-    void SetSaturation(double v) override { journal_.note("module SetSaturation", v); }
+    void SetSharpness(double v) override { journal_.note("SetSharpness", v); }
+    void SetAntiFlicker(std::uint32_t v) override { journal_.note("SetAntiFlicker", v); }
+    void SetBrightness(double v) override { journal_.note("SetBrightness", v); }
+    void SetContrast(double v) override { journal_.note("SetContrast", v); }
+    void SetGamma(double v) override { journal_.note("SetGamma", v); }
+    void SetColorSpace(std::uint32_t v) override { journal_.note("SetColorSpace", v); }
+    void SetSaturation(double v) override { journal_.note("SetSaturation", v); }
     void SetAdaptiveToneMappingAuto(bool v) override
     {
-        journal_.note("module SetAdaptiveToneMappingAuto", v);
+        journal_.note("SetAdaptiveToneMappingAuto", v);
     }
-    void SetBalanceWhiteAuto(bool v) override { journal_.note("module SetBalanceWhiteAuto", v); }
+    void SetBalanceWhiteAuto(bool v) override { journal_.note("SetBalanceWhiteAuto", v); }
     void SetLightSourcePreset(std::uint32_t v) override
     {
-        journal_.note("module SetLightSourcePreset", v);
+        journal_.note("SetLightSourcePreset", v);
     }
-    void SetBalanceRatioRed(double v) override { journal_.note("module SetBalanceRatioRed", v); }
-    void SetBalanceRatioGreen(double v) override
+    void SetBalanceRatioRed(double v) override { journal_.note("SetBalanceRatioRed", v); }
+    void SetBalanceRatioGreen(double v) override { journal_.note("SetBalanceRatioGreen", v); }
+    void SetBalanceRatioBlue(double v) override { journal_.note("SetBalanceRatioBlue", v); }
+    std::uint32_t GetCurrentExposureTime_us() override
     {
-        journal_.note("module SetBalanceRatioGreen", v);
+        return static_cast<std::uint32_t>(tell("GetCurrentExposureTime_us"));
     }
-    void SetBalanceRatioBlue(double v) override { journal_.note("module SetBalanceRatioBlue", v); }
-    double GetCurrentBalanceRatioRed() override { return currentRatio("Red", 0); }
-    double GetCurrentBalanceRatioGreen() override { return currentRatio("Green", 1); }
-    double GetCurrentBalanceRatioBlue() override { return currentRatio("Blue", 2); }
+    double GetCurrentGainFactor() override { return tell("GetCurrentGainFactor"); }
+    double GetCurrentBalanceRatioRed() override { return tell("GetCurrentBalanceRatioRed"); }
+    double GetCurrentBalanceRatioGreen() override { return tell("GetCurrentBalanceRatioGreen"); }
+    double GetCurrentBalanceRatioBlue() override { return tell("GetCurrentBalanceRatioBlue"); }
     void ConfigureTrigger(const mcm::TriggerConfiguration& c) override
     {
-        journal_.note("module ConfigureTrigger", static_cast<int>(c.selector), c.enabled,
-                      static_cast<int>(c.sourceType), c.sourceIndex, static_cast<int>(c.activation),
-                      c.delay);
+        journal_.note("ConfigureTrigger", int(c.selector), c.enabled, int(c.sourceType),
+                      c.sourceIndex, int(c.activation), c.delay);
     }
     void ConfigurePeriodicSignal(const mcm::PeriodicSignalConfiguration& c) override
     {
-        journal_.note("module ConfigurePeriodicSignal", c.index, c.delay,
-                      static_cast<int>(c.sourceType), c.sourceIndex,
-                      static_cast<int>(c.activation));
+        journal_.note("ConfigurePeriodicSignal", c.index, c.delay, int(c.sourceType), c.sourceIndex,
+                      int(c.activation));
     }
     void ExecuteSoftwareTrigger(std::uint32_t v) override
     {
-        journal_.note("module ExecuteSoftwareTrigger", v);
+        journal_.note("ExecuteSoftwareTrigger", v);
     }
     bool AcquisitionStart() override
     {
-        journal_.note("module AcquisitionStart");
+        journal_.note("AcquisitionStart");
         return false;
     }
-    void AcquisitionStop() override { journal_.note("module AcquisitionStop"); }
-    void DeviceReset() override { journal_.note("module DeviceReset"); }
+    void AcquisitionStop() override { journal_.note("AcquisitionStop"); }
+    void DeviceReset() override { journal_.note("DeviceReset"); }
 
     std::shared_ptr<MemoryBridge> bridge;
-    // What the ISP has settled on.
-    std::uint32_t currentExposure = 7777;
-    double currentGain = 3.5;
-    double currentRatios[3] = {1.5, 1.0, 2.25};
+    /// What the ISP has settled on.
+    std::map<std::string, double> current = {{"GetCurrentExposureTime_us", 7777},
+                                             {"GetCurrentGainFactor", 3.5},
+                                             {"GetCurrentBalanceRatioRed", 1.5},
+                                             {"GetCurrentBalanceRatioGreen", 1.0},
+                                             {"GetCurrentBalanceRatioBlue", 2.25}};
 
 private:
-    double currentRatio(const char* color, int index)
+    double tell(const char* call)
     {
-        journal_.note(std::string("module GetCurrentBalanceRatio") + color);
-        return currentRatios[index];
+        journal_.note(call);
+        return current.at(call);
     }
 
     Journal& journal_;
@@ -167,28 +156,25 @@ public:
     void SetPixelFormat(std::uint32_t v) override { journal_.note("grabber SetPixelFormat", v); }
     void SetPayloadSize(std::size_t v) override { journal_.note("grabber SetPayloadSize", v); }
 
-    void SetScalingEnable(bool) override { unused(); }
-    V4lX::Result Open() override { return unused(); }
-    void Close() override { unused(); }
-    V4lX::Result SetBufferAvailable(IBufferAvailable*) override { return unused(); }
-    V4lX::Result RegisterBuffer(void*, std::size_t, std::uint64_t*) override { return unused(); }
-    V4lX::Result DeregisterBuffer(std::uint64_t, void**) override { return unused(); }
-    V4lX::Result QueueBuffer(std::uint64_t, std::uint64_t) override { return unused(); }
-    V4lX::Result RetrieveBuffer(V4lX::GrabResult*, std::size_t*) override { return unused(); }
-    V4lX::Result prepareCapturing() override { return unused(); }
-    V4lX::Result startCapturing() override { return unused(); }
-    V4lX::Result finishCapturing() override { return unused(); }
-    bool IsPrepared() const override { throw std::logic_error("unexpected call"); }
-    std::size_t GetPayloadSize() const override { throw std::logic_error("unexpected call"); }
-    std::uint64_t GetLostFrameCount() const override { throw std::logic_error("unexpected call"); }
-    void TakeBackBuffers() override { unused(); }
-    std::size_t GetPreparedPayloadSize() const override
-    {
-        throw std::logic_error("unexpected call");
-    }
+    void SetScalingEnable(bool) override { unexpected(); }
+    V4lX::Result Open() override { unexpected(); }
+    void Close() override { unexpected(); }
+    V4lX::Result SetBufferAvailable(IBufferAvailable*) override { unexpected(); }
+    V4lX::Result RegisterBuffer(void*, std::size_t, std::uint64_t*) override { unexpected(); }
+    V4lX::Result DeregisterBuffer(std::uint64_t, void**) override { unexpected(); }
+    V4lX::Result QueueBuffer(std::uint64_t, std::uint64_t) override { unexpected(); }
+    V4lX::Result RetrieveBuffer(V4lX::GrabResult*, std::size_t*) override { unexpected(); }
+    V4lX::Result prepareCapturing() override { unexpected(); }
+    V4lX::Result startCapturing() override { unexpected(); }
+    V4lX::Result finishCapturing() override { unexpected(); }
+    bool IsPrepared() const override { unexpected(); }
+    std::size_t GetPayloadSize() const override { unexpected(); }
+    std::uint64_t GetLostFrameCount() const override { unexpected(); }
+    void TakeBackBuffers() override { unexpected(); }
+    std::size_t GetPreparedPayloadSize() const override { unexpected(); }
 
 private:
-    static V4lX::Result unused() { throw std::logic_error("unexpected call"); }
+    [[noreturn]] static void unexpected() { throw std::logic_error("unexpected call"); }
 
     Journal& journal_;
 };
@@ -218,126 +204,126 @@ public:
     mutable std::vector<std::uint32_t> candidates;
 };
 
-/// The registers of a camera, as the remote port would hold them.
-class Registers : private ICtrlRegisterHandler
-{
-public:
-    explicit Registers(std::unique_ptr<GivenAgent> agent = std::make_unique<GivenAgent>())
-        : platform(*agent), runtime_(this, &module, &grabber, std::move(agent)),
-          camera(CreateCameraRegisters(&runtime_))
-    {
-    }
+/// Where the value of a register stands, behind its companion words.
+struct Address {
+    Address(std::uint32_t address) : number(address) {}
+    Address(Reg key) : number(RowOf(key).address + PrefixSize(RowOf(key).shape)) {}
 
-    /// Runs the start-up and forgets its calls.
-    Registers& open()
-    {
-        camera->run();
-        journal.take();
-        return *this;
-    }
-
-    RegisterStatus read(std::uint32_t address, void* buffer, std::uint32_t size)
-    {
-        return root->read(address, buffer, size);
-    }
-    std::uint32_t read32(std::uint32_t address)
-    {
-        std::uint8_t bytes[4] = {};
-        return root->read(address, bytes, 4) == 0 ? loadLittleEndian<std::uint32_t>(bytes)
-                                                  : 0xDEADBEEF;
-    }
-    std::vector<std::uint32_t> words(std::uint32_t address, std::size_t count)
-    {
-        std::vector<std::uint32_t> result;
-        for (; count > 0; --count, address += 4)
-            result.push_back(read32(address));
-        return result;
-    }
-    RegisterStatus write32(std::uint32_t address, std::uint32_t value)
-    {
-        std::uint8_t bytes[4];
-        storeLittleEndian(bytes, value);
-        return root->write(address, bytes, 4);
-    }
-
-    Journal journal;
-    std::shared_ptr<MemoryBridge> bridge = std::make_shared<MemoryBridge>();
-    RecordingModule module{journal, bridge};
-    RecordingGrabber grabber{journal};
-    GivenAgent& platform;
-    IRegister* root = nullptr;
-
-private:
-    void setRegisterSpace(IRegister* space) override
-    {
-        journal.note("port setRegisterSpace");
-        root = space;
-    }
-
-    RuntimeMCM runtime_;
-
-public:
-    std::unique_ptr<CameraRegisters> camera;
+    std::uint32_t number;
 };
-
-/// Behind their start-up.
-class OpenRegisters final : public Registers
-{
-public:
-    OpenRegisters() { open(); }
-
-    struct Write {
-        std::uint32_t address;
-        std::int64_t value;
-        RegisterStatus status;
-        std::vector<std::string> calls; ///< that it causes
-    };
-    void check(const std::vector<Write>& writes)
-    {
-        for (const Write& write : writes) {
-            EXPECT_EQ(write32(write.address, static_cast<std::uint32_t>(write.value)), write.status)
-                << std::hex << write.address;
-            EXPECT_EQ(journal.take(), write.calls) << std::hex << write.address;
-        }
-    }
-};
-
-// Value addresses.
-constexpr std::uint32_t kPixelSize = 0x10000004;
-constexpr std::uint32_t kScaledSensorWidth = 0x10000014;
-constexpr std::uint32_t kStreamingStartAvailable = 0x10000020;
-constexpr std::uint32_t kStreamingEndAvailable = 0x1000002c;
-constexpr std::uint32_t kStartAvailable = 0x10000038;
-constexpr std::uint32_t kStopAvailable = 0x10000044;
-constexpr std::uint32_t kAbortAvailable = 0x10000050;
-constexpr std::uint32_t kWidthMax = 0x10000058;
-constexpr std::uint32_t kHeightMax = 0x1000005c;
-constexpr std::uint32_t kPayloadSize = 0x10000264;
-constexpr std::uint32_t kPixelFormatLocked = 0x10000268;
-constexpr std::uint32_t kWidthLocked = 0x100002bc;
-constexpr std::uint32_t kHeightLocked = 0x100002c8;
-constexpr std::uint32_t kTLParamsLockedLocked = 0x10000310;
-constexpr std::uint32_t kPixelFormatValid = 0x100004cc;
-constexpr std::uint32_t kPixelFormat = 0x1000054c;
-constexpr std::uint32_t kWidth = 0x10000a18;
-constexpr std::uint32_t kHeight = 0x10000a28;
-constexpr std::uint32_t kOffsetX = 0x10000a38;
-constexpr std::uint32_t kOffsetY = 0x10000a48;
-constexpr std::uint32_t kScalingFactor = 0x10000adc;
-constexpr std::uint32_t kTLParamsLocked = 0x10000b90;
-constexpr std::uint32_t kStreamingStart = 0x10001b40;
-constexpr std::uint32_t kStreamingEnd = 0x10001b4c;
-constexpr std::uint32_t kAcquisitionStart = 0x10001b58;
-constexpr std::uint32_t kAcquisitionStop = 0x10001b64;
-constexpr std::uint32_t kAcquisitionAbort = 0x10001b70;
-constexpr std::uint32_t kCenterX = 0x10001b98;
-constexpr std::uint32_t kCenterY = 0x10001ba4;
-constexpr std::uint32_t kDeviceReset = 0xfffffff0;
 
 // What the port's trace would show.
 constexpr RegisterStatus kRejected = 0x8002;
 constexpr RegisterStatus kNoRegister = 0x8003;
 constexpr RegisterStatus kProtected = 0x8004;
 constexpr RegisterStatus kDenied = 0x8006;
+
+using Words = std::vector<std::uint32_t>;
+
+/// A write with what it causes, or its refusal.
+struct Write {
+    Write(Address to, std::int64_t word, std::vector<std::string> causes = {})
+        : address(to), value(word), calls(std::move(causes))
+    {
+    }
+    Write(Address to, std::int64_t word, RegisterStatus refusal)
+        : address(to), value(word), status(refusal)
+    {
+    }
+
+    Address address;
+    std::int64_t value;
+    std::vector<std::string> calls;
+    RegisterStatus status = kStatusSuccess;
+};
+
+/// The registers of a camera behind their start-up, as the remote port would hold them.
+class RegisterSpace : private ICtrlRegisterHandler
+{
+public:
+    RegisterSpace(Journal& calls, mcm::ICameraModule& module, std::unique_ptr<IPipelineAgent> agent)
+        : journal_(calls), grabber_(calls), runtime_(this, &module, &grabber_, std::move(agent)),
+          camera(CreateCameraRegisters(&runtime_))
+    {
+        camera->run();
+        opening = calls.take();
+    }
+
+    /// 0xDEADBEEF for what can't be read.
+    std::uint32_t read(Address address)
+    {
+        std::uint8_t bytes[4] = {};
+        return root->read(address.number, bytes, 4) == 0 ? loadLittleEndian<std::uint32_t>(bytes)
+                                                         : 0xDEADBEEF;
+    }
+    Words read(std::initializer_list<Address> addresses)
+    {
+        Words result;
+        for (const Address address : addresses)
+            result.push_back(read(address));
+        return result;
+    }
+    Words words(Address address, std::size_t count)
+    {
+        Words result;
+        for (; count > 0; --count, address.number += 4)
+            result.push_back(read(address));
+        return result;
+    }
+    /// A number behind its minimum, maximum and increment.
+    Words limits(Address number) { return words(number.number - 12, 4); }
+    /// Which of its first entries an enumeration has at the moment.
+    Words valid(Address enumeration, std::size_t count)
+    {
+        return words(enumeration.number - 128, count);
+    }
+    RegisterStatus write(Address address, std::int64_t value)
+    {
+        std::uint8_t bytes[4];
+        storeLittleEndian(bytes, static_cast<std::uint32_t>(value));
+        return root->write(address.number, bytes, 4);
+    }
+
+    IRegister* root = nullptr;
+    std::vector<std::string> opening; ///< calls of the start-up
+
+private:
+    void setRegisterSpace(IRegister* space) override
+    {
+        journal_.note("port setRegisterSpace");
+        root = space;
+    }
+
+    Journal& journal_;
+    RecordingGrabber grabber_;
+    RuntimeMCM runtime_;
+
+public:
+    std::unique_ptr<CameraRegisters> camera;
+};
+
+struct RecordingParts {
+    Journal journal;
+    std::shared_ptr<MemoryBridge> bridge = std::make_shared<MemoryBridge>();
+    RecordingModule module{journal, bridge};
+};
+
+/// The same over a module that writes down what it is asked to do.
+class OpenRegisters : public RecordingParts, public RegisterSpace
+{
+public:
+    explicit OpenRegisters(std::unique_ptr<GivenAgent> agent = std::make_unique<GivenAgent>())
+        : RegisterSpace(journal, module, std::move(agent))
+    {
+    }
+
+    void check(const std::vector<Write>& writes)
+    {
+        for (const auto& [address, value, calls, status] : writes) {
+            EXPECT_EQ(write(address, value), status) << std::hex << address.number;
+            EXPECT_EQ(journal.take(), calls) << std::hex << address.number << ": " << value;
+        }
+    }
+};
 
 } // namespace GenTLProducer

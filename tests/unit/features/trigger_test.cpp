@@ -12,18 +12,6 @@ namespace
 using testing::ElementsAre;
 using testing::IsEmpty;
 using Lines = std::vector<std::string>;
-using Words = std::vector<std::uint32_t>;
-
-constexpr std::uint32_t kExposureMode = 0x10000b60;
-constexpr std::uint32_t kTriggerMode = 0x10000da0;
-constexpr std::uint32_t kTriggerSource = 0x10001518;
-constexpr std::uint32_t kActivationValid = 0x1000151c;
-constexpr std::uint32_t kTriggerActivation = 0x1000159c;
-constexpr std::uint32_t kPeriod = 0x10001a1c;
-constexpr std::uint32_t kPeriodicDelay = 0x10001a2c;
-constexpr std::uint32_t kPeriodicSource = 0x10001ab0;
-constexpr std::uint32_t kPeriodicActivation = 0x10001b34;
-constexpr std::uint32_t kTriggerSoftware = 0x10001bc8;
 
 /// Value addresses of one set.
 struct Set {
@@ -49,82 +37,64 @@ bool TakesLineOnly(int set)
     return set == 2 || set == 5 || set == 8;
 }
 
-/// Validity words in front of an enumeration's value.
-Words ValidOf(Registers& camera, std::uint32_t value, std::size_t entries)
+class Trigger : public testing::Test, protected OpenRegisters
 {
-    return camera.words(value - 128, entries);
-}
-
-class Trigger : public testing::Test
-{
-protected:
-    void check(const std::vector<OpenRegisters::Write>& writes) { camera.check(writes); }
-
-    OpenRegisters camera;
 };
 
 // selector, enabled, type and index of the source, activation, delay
 TEST_F(Trigger, EachWriteConfiguresTheFrameTrigger)
 {
     check({
-        {kTriggerMode, 1, 0, {"module ConfigureTrigger 3 1 0 0 3 0"}},
-        {kTriggerActivation, 4, 0, {"module ConfigureTrigger 3 1 0 0 4 0"}},
-        {kTriggerActivation, 0, kRejected, {}},
-        {kTriggerSource, 2, 0, {"module ConfigureTrigger 3 1 2 0 4 0"}},
-        {kTriggerSource, 0, 0, {"module ConfigureTrigger 3 1 1 0 4 0"}},
-        {kTriggerSource, 3, kRejected, {}},
-        {kTriggerMode, 0, 0, {"module ConfigureTrigger 3 0 1 0 4 0"}},
-        {kTriggerMode, 2, kRejected, {}},
-        {kExposureMode, 0, 0, {"module ConfigureTrigger 3 0 1 0 4 0"}},
-        {kExposureMode, 1, kRejected, {}},
+        {Reg::TriggerMode3, 1, {"ConfigureTrigger 3 1 0 0 3 0"}},
+        {Reg::TriggerActivation3, 4, {"ConfigureTrigger 3 1 0 0 4 0"}},
+        {Reg::TriggerActivation3, 0, kRejected},
+        {Reg::TriggerSource3, 2, {"ConfigureTrigger 3 1 2 0 4 0"}},
+        {Reg::TriggerSource3, 0, {"ConfigureTrigger 3 1 1 0 4 0"}},
+        {Reg::TriggerSource3, 3, kRejected},
+        {Reg::TriggerMode3, 0, {"ConfigureTrigger 3 0 1 0 4 0"}},
+        {Reg::TriggerMode3, 2, kRejected},
+        {Reg::ExposureMode, 0, {"ConfigureTrigger 3 0 1 0 4 0"}},
+        {Reg::ExposureMode, 1, kRejected},
     });
 }
 
 TEST_F(Trigger, OnlyALineHasAnActivation)
 {
-    EXPECT_EQ(camera.words(kActivationValid, 5), (Words{0, 0, 0, 1, 1}));
-    for (const std::uint32_t source : {0u, 2u}) {
-        camera.write32(kTriggerSource, source);
-        EXPECT_EQ(camera.words(kActivationValid, 5), Words(5, 0));
-        EXPECT_EQ(camera.read32(kTriggerActivation), 3u);
-        EXPECT_EQ(camera.write32(kTriggerActivation, 3), kRejected);
-        camera.write32(kTriggerSource, 1);
-        EXPECT_EQ(camera.words(kActivationValid, 5), (Words{0, 0, 0, 1, 1}));
+    for (const std::uint32_t source : {0u, 1u, 2u, 1u}) {
+        const bool isLine = source == 1;
+        write(Reg::TriggerSource3, source);
+        EXPECT_EQ(valid(Reg::TriggerActivation3, 5), isLine ? (Words{0, 0, 0, 1, 1}) : Words(5, 0));
+        EXPECT_EQ(read(Reg::TriggerActivation3), 3u);
+        EXPECT_EQ(write(Reg::TriggerActivation3, 3), isLine ? 0 : kRejected);
     }
 }
 
 TEST_F(Trigger, AcquisitionLocksModeAndSourceOfAllSets)
 {
-    camera.write32(kAcquisitionStart, 1);
-    for (const Set& set : kSets) {
-        EXPECT_EQ(camera.write32(set.mode, 0), kProtected);
-        EXPECT_EQ(camera.write32(set.source, 1), kProtected);
-        EXPECT_EQ(camera.write32(set.activation, 4), 0);
-        EXPECT_EQ(camera.read32(set.modeLocked), 1u);
-        EXPECT_EQ(camera.read32(set.sourceLocked), 1u);
-    }
-    camera.write32(kAcquisitionStop, 1);
-    for (const Set& set : kSets) {
-        EXPECT_EQ(camera.write32(set.mode, 0), 0);
-        EXPECT_EQ(camera.read32(set.modeLocked), 0u);
-        EXPECT_EQ(camera.read32(set.sourceLocked), 0u);
+    for (const bool isAcquiring : {true, false}) {
+        write(isAcquiring ? Reg::AcquisitionStart : Reg::AcquisitionStop, 1);
+        for (const Set& set : kSets) {
+            EXPECT_EQ(write(set.mode, 0), isAcquiring ? kProtected : 0);
+            EXPECT_EQ(write(set.source, 1), isAcquiring ? kProtected : 0);
+            EXPECT_EQ(write(set.activation, 4), 0);
+            EXPECT_THAT(read({set.modeLocked, set.sourceLocked}), testing::Each(isAcquiring));
+        }
     }
 }
 
 TEST_F(Trigger, SoftwareTriggerFiresWithAnyValueAtAnyTime)
 {
-    const Lines kFired = {"module ExecuteSoftwareTrigger 3"};
-    check({{kTriggerSoftware, 1, 0, kFired}, {kTriggerSoftware, 0, 0, kFired}});
-    camera.write32(kStreamingStart, 1);
-    check({{kTriggerSoftware, 1, 0, kFired}});
+    const Lines kFired = {"ExecuteSoftwareTrigger 3"};
+    for (const Reg state : {Reg::StreamingEnd, Reg::StreamingStart}) {
+        write(state, 1);
+        check({{Reg::TriggerSoftware3, 1, kFired}, {Reg::TriggerSoftware3, 0, kFired}});
+    }
     for (const Set& set : kSets) {
-        if (set.software != 0 && set.software != kTriggerSoftware) {
-            check({{set.software, 1, 0, {}}});
-        }
+        if (set.software == 0)
+            continue;
+        check({{set.software, 1, &set == &kSets[kFrameStart] ? kFired : Lines{}}});
         std::uint32_t word = 0;
-        if (set.software != 0) {
-            EXPECT_EQ(camera.read(set.software, &word, 4), kDenied);
-        }
+        EXPECT_EQ(root->read(set.software, &word, 4), kDenied);
     }
 }
 
@@ -135,30 +105,28 @@ TEST_F(Trigger, HiddenSetsKeepValidValues)
         const Set& set = kSets[i];
         if (i == kFrameStart)
             continue;
-        EXPECT_EQ(ValidOf(camera, set.mode, 2), (Words{1, 0}));
-        EXPECT_EQ(ValidOf(camera, set.source, 3),
-                  TakesLineOnly(i) ? (Words{0, 1, 0}) : Words(3, 1));
-        EXPECT_EQ(camera.write32(set.mode, 1), kRejected);
-        EXPECT_EQ(camera.write32(set.mode, 0), 0);
-        EXPECT_EQ(camera.journal.take(),
-                  i == kFrameActive ? Lines{"module ConfigureTrigger 3 0 0 0 3 0"} : Lines{});
-        EXPECT_EQ(camera.write32(set.activation, 4), 0);
-        EXPECT_EQ(camera.write32(set.source, 0), TakesLineOnly(i) ? kRejected : 0);
-        EXPECT_EQ(ValidOf(camera, set.activation, 5),
+        EXPECT_EQ(valid(set.mode, 2), (Words{1, 0}));
+        EXPECT_EQ(valid(set.source, 3), TakesLineOnly(i) ? (Words{0, 1, 0}) : Words(3, 1));
+        EXPECT_EQ(write(set.mode, 1), kRejected);
+        EXPECT_EQ(write(set.mode, 0), 0);
+        EXPECT_EQ(journal.take(),
+                  i == kFrameActive ? Lines{"ConfigureTrigger 3 0 0 0 3 0"} : Lines{});
+        EXPECT_EQ(write(set.activation, 4), 0);
+        EXPECT_EQ(write(set.source, 0), TakesLineOnly(i) ? kRejected : 0);
+        EXPECT_EQ(valid(set.activation, 5),
                   TakesLineOnly(i) ? (Words{0, 0, 0, 1, 1}) : Words(5, 0));
-        EXPECT_EQ(camera.read32(set.activation), 4u);
-        EXPECT_THAT(camera.journal.take(), IsEmpty());
+        EXPECT_EQ(read(set.activation), 4u);
+        EXPECT_THAT(journal.take(), IsEmpty());
     }
 }
 
 TEST_F(Trigger, DelaysAreNeverToBeHad)
 {
-    for (const bool isStreaming : {false, true}) {
-        if (isStreaming)
-            camera.write32(kStreamingStart, 1);
+    for (const Reg state : {Reg::StreamingEnd, Reg::StreamingStart}) {
+        write(state, 1);
         for (const Set& set : kSets) {
-            EXPECT_EQ(camera.write32(set.delay, 0), kProtected);
-            EXPECT_EQ(camera.words(set.delay - 12, 4), (Words{0, 0, 1, 0}));
+            EXPECT_EQ(write(set.delay, 0), kProtected);
+            EXPECT_EQ(limits(set.delay), (Words{0, 0, 1, 0}));
         }
     }
 }
@@ -167,54 +135,51 @@ TEST_F(Trigger, DelaysAreNeverToBeHad)
 TEST_F(Trigger, PeriodicSignal)
 {
     check({
-        {kPeriodicDelay, 10000, 0, {"module ConfigurePeriodicSignal 0 10 0 0 0"}},
-        {kPeriodicDelay, -1000000000, 0, {"module ConfigurePeriodicSignal 0 -1000000 0 0 0"}},
-        {kPeriodicDelay, 500, kRejected, {}},
-        {kPeriodicDelay, 1000001000, kRejected, {}},
-        {kPeriodicActivation, 1, 0, {"module ConfigurePeriodicSignal 0 -1000000 0 0 1"}},
-        {kPeriodicActivation, 3, kRejected, {}},
-        {kPeriodicSource, 0, 0, {"module ConfigurePeriodicSignal 0 -1000000 0 0 1"}},
-        {kPeriodicSource, 1, kRejected, {}},
-        {kPeriod, 2000, 0, {}},
-        {kPeriod, 1500, kRejected, {}},
-        {kPeriod, 0, kRejected, {}},
+        {Reg::TlmPeriodicSignalDelay, 10000, {"ConfigurePeriodicSignal 0 10 0 0 0"}},
+        {Reg::TlmPeriodicSignalDelay, -1000000000, {"ConfigurePeriodicSignal 0 -1000000 0 0 0"}},
+        {Reg::TlmPeriodicSignalDelay, 500, kRejected},
+        {Reg::TlmPeriodicSignalDelay, 1000001000, kRejected},
+        {Reg::TlmPeriodicSignalActivation, 1, {"ConfigurePeriodicSignal 0 -1000000 0 0 1"}},
+        {Reg::TlmPeriodicSignalActivation, 3, kRejected},
+        {Reg::TlmPeriodicSignalSource, 0, {"ConfigurePeriodicSignal 0 -1000000 0 0 1"}},
+        {Reg::TlmPeriodicSignalSource, 1, kRejected},
+        {Reg::TlmPeriodicSignalPeriod, 2000},
+        {Reg::TlmPeriodicSignalPeriod, 1500, kRejected},
+        {Reg::TlmPeriodicSignalPeriod, 0, kRejected},
     });
-    EXPECT_EQ(camera.words(kPeriod - 12, 4), (Words{1000, 1000000000, 1000, 2000}));
+    EXPECT_EQ(limits(Reg::TlmPeriodicSignalPeriod), (Words{1000, 1000000000, 1000, 2000}));
     // The period is no streamed feature: it is checked and taken at once.
-    camera.write32(kStreamingStart, 1);
-    check({{kPeriod, 1500, kRejected, {}}, {kPeriod, 3000, 0, {}}});
-    EXPECT_EQ(camera.read32(kPeriod), 3000u);
+    write(Reg::StreamingStart, 1);
+    check({{Reg::TlmPeriodicSignalPeriod, 1500, kRejected}, {Reg::TlmPeriodicSignalPeriod, 3000}});
+    EXPECT_EQ(read(Reg::TlmPeriodicSignalPeriod), 3000u);
 }
 
 TEST_F(Trigger, StreamingEndBringsAllSetsToValidValues)
 {
-    camera.write32(kStreamingStart, 1);
-    camera.write32(kExposureMode, 2);
-    camera.write32(kPeriodicDelay, 10999);
-    camera.write32(kPeriodicSource, 2);
-    camera.write32(kPeriodicActivation, 4);
+    write(Reg::StreamingStart, 1);
+    write(Reg::ExposureMode, 2);
+    write(Reg::TlmPeriodicSignalDelay, 10999);
+    write(Reg::TlmPeriodicSignalSource, 2);
+    write(Reg::TlmPeriodicSignalActivation, 4);
     for (const Set& set : kSets) {
-        EXPECT_EQ(camera.write32(set.mode, 1), 0);
-        EXPECT_EQ(camera.write32(set.source, 2), 0);
-        EXPECT_EQ(camera.write32(set.activation, 2), 0);
+        EXPECT_EQ(write(set.mode, 1), 0);
+        EXPECT_EQ(write(set.source, 2), 0);
+        EXPECT_EQ(write(set.activation, 2), 0);
     }
-    EXPECT_EQ(camera.read32(kTriggerMode), 0u);
-    EXPECT_EQ(camera.read32(kTriggerSource), 1u);
-    EXPECT_THAT(camera.journal.take(), IsEmpty());
+    EXPECT_EQ(read({Reg::TriggerMode3, Reg::TriggerSource3}), (Words{0, 1}));
+    EXPECT_THAT(journal.take(), IsEmpty());
 
-    camera.write32(kStreamingEnd, 1);
-    const Lines calls = camera.journal.take();
+    write(Reg::StreamingEnd, 1);
+    const Lines calls = journal.take();
     ASSERT_GE(calls.size(), 2u);
     EXPECT_THAT(Lines(calls.end() - 2, calls.end()),
-                ElementsAre("module ConfigurePeriodicSignal 0 10 0 0 0",
-                            "module ConfigureTrigger 3 1 2 0 2 0"));
-    EXPECT_EQ(camera.read32(kExposureMode), 0u);
-    EXPECT_EQ(camera.read32(kPeriodicDelay), 10000u);
+                ElementsAre("ConfigurePeriodicSignal 0 10 0 0 0", "ConfigureTrigger 3 1 2 0 2 0"));
+    EXPECT_EQ(read({Reg::ExposureMode, Reg::TlmPeriodicSignalDelay}), (Words{0, 10000}));
     for (int i = 0; i < 9; ++i) {
         SCOPED_TRACE(i);
-        EXPECT_EQ(camera.read32(kSets[i].mode), i == kFrameStart ? 1u : 0u);
-        EXPECT_EQ(camera.read32(kSets[i].source), TakesLineOnly(i) ? 1u : 2u);
-        EXPECT_EQ(camera.read32(kSets[i].activation), TakesLineOnly(i) ? 3u : 2u);
+        EXPECT_EQ(read(kSets[i].mode), i == kFrameStart ? 1u : 0u);
+        EXPECT_EQ(read(kSets[i].source), TakesLineOnly(i) ? 1u : 2u);
+        EXPECT_EQ(read(kSets[i].activation), TakesLineOnly(i) ? 3u : 2u);
     }
 }
 

@@ -30,6 +30,10 @@ __attribute__((constructor(101))) void SetTraceVariables()
     ::setenv("GENTL_TRACE_LEVEL", "2", 1);
 }
 
+constexpr std::uint64_t kWidth = 0x10000a18;
+constexpr std::uint64_t kStreamingEnd = 0x10001b4c;
+constexpr std::uint64_t kAcquisitionStart = 0x10001b58;
+
 /// A platform that passes one format, and fails where it is told to.
 struct Platform final : PlatformPipelineHandler {
     const char* GetName() const override { return "test"; }
@@ -254,7 +258,7 @@ TEST_F(PortTest, TracesWhatARegisterRefuses)
 TEST_F(PortTest, ExceptionsOfTheCameraPassAndLeaveThePortUsable)
 {
     OpenPort();
-    journal_.failing = "module AcquisitionStart";
+    journal_.failing = "AcquisitionStart";
     EXPECT_THROW(Write(kAcquisitionStart, 1), std::runtime_error);
     journal_.failing.clear();
     // From another thread, which a lock that is still held would stop.
@@ -269,7 +273,7 @@ TEST_F(PortTest, FailingStartUpLeavesItClosed)
     EXPECT_EQ(Read(0), GC_ERR_NOT_INITIALIZED);
 
     platform_.isFailing = false;
-    journal_.failing = "module SetHeight";
+    journal_.failing = "SetHeight";
     EXPECT_EQ(errorOf([this] { MakePort().Open(); }), "no answer");
     EXPECT_EQ(Read(kWidth), GC_ERR_NOT_INITIALIZED);
 }
