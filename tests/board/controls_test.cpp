@@ -5,17 +5,13 @@
 
 #include <gtest/gtest.h>
 
-#include "base/pfnc.h"
-#include "camera.h"
+#include "frame_number.h"
 #include "sim/core/colour_stage.h"
-#include "sim/core/frame_counter.h"
-#include "sim/core/frame_layout.h"
 #include "sim/core/scene.h"
 
 namespace
 {
 
-using namespace GenTLProducer;
 using zevo_sim::FrameLayout;
 
 constexpr uint64_t kExposureAuto = 0x100005d0;
@@ -44,49 +40,49 @@ constexpr unsigned kWidth = 1296;
 constexpr unsigned kHeight = 976;
 
 struct Picture {
-    double mean = 0;   ///< of the luma
-    double spread = 0; ///< of the luma, around its mean
-    double edges = 0;  ///< luma steps from pixel to pixel
-    double chroma = 0; ///< colour differences off grey
-    double cb = 0;     ///< of a grey place
-    double cr = 0;
+    double mean = 0;                 ///< of the luma
+    double spread = 0;               ///< of the luma, around its mean
+    double edges = 0;                ///< luma steps from pixel to pixel
+    double chroma = 0;               ///< colour differences off grey
+    zevo_sim::Yuv grey{};            ///< a grey place
     std::vector<zevo_sim::Yuv> bars; ///< of the chart, or what stands in their place
 };
 
 /// What is measured leaves out the frame number at the top.
 Picture measure(const uint8_t* data, FrameLayout layout)
 {
-    const auto luma = [&](unsigned x, unsigned y) {
-        return static_cast<int>(data[LumaOffset(layout, kWidth, x, y)]);
-    };
     const auto at = [&](unsigned x, unsigned y) {
         const std::size_t blue = BlueOffset(layout, kWidth, kHeight, x, y);
-        return zevo_sim::Yuv{static_cast<uint8_t>(luma(x, y)), data[blue],
+        return zevo_sim::Yuv{data[LumaOffset(layout, kWidth, x, y)], data[blue],
                              data[blue + RedOffset(layout)]};
     };
     Picture picture;
-    double count = 0;
     double squares = 0;
     for (unsigned y = 64; y < kHeight - 64; y += 2) {
-        for (unsigned x = 0; x < kWidth; x += 2, ++count) {
+        for (unsigned x = 0; x < kWidth; x += 2) {
             const zevo_sim::Yuv pixel = at(x, y);
             picture.mean += pixel.y;
             squares += double{1} * pixel.y * pixel.y;
-            picture.edges += std::abs(luma(x + 1, y) - pixel.y);
+            picture.edges += std::abs(at(x + 1, y).y - pixel.y);
             picture.chroma += std::abs(pixel.cb - 128) + std::abs(pixel.cr - 128);
         }
     }
-    picture.mean /= count;
-    picture.spread = std::sqrt(squares / count - picture.mean * picture.mean);
-    picture.edges /= count;
-    picture.chroma /= count;
-    picture.cb = at(1200, 500).cb;
-    picture.cr = at(1200, 500).cr;
+    constexpr double kCount = kWidth / 2 * ((kHeight - 128) / 2);
+    for (double* sum : {&picture.mean, &squares, &picture.edges, &picture.chroma})
+        *sum /= kCount;
+    picture.spread = std::sqrt(squares - picture.mean * picture.mean);
+    picture.grey = at(1200, 500);
     for (const zevo_sim::ChartPoint& point : zevo_sim::kChartPoints)
         if (point.x < static_cast<int>(kWidth))
             picture.bars.push_back(
                 at(static_cast<unsigned>(point.x), static_cast<unsigned>(point.y)));
     return picture;
+}
+
+bool isNear(const zevo_sim::Yuv& a, const zevo_sim::Yuv& b, int most)
+{
+    return std::abs(a.y - b.y) <= most && std::abs(a.cb - b.cb) <= most &&
+           std::abs(a.cr - b.cr) <= most;
 }
 
 bool isAbout(double value, double expected, double part = 0.002)
@@ -98,14 +94,10 @@ bool isAbout(double value, double expected, double part = 0.002)
 class Shooting : public Streaming
 {
 public:
-    Shooting()
+    Shooting() : Streaming(kWidth, kHeight)
     {
-        EXPECT_EQ(write(remote::kWidth, kWidth), GC_ERR_SUCCESS);
-        EXPECT_EQ(write(remote::kHeight, kHeight), GC_ERR_SUCCESS);
         EXPECT_EQ(write(remote::kOffsetX, 0), GC_ERR_SUCCESS);
         EXPECT_EQ(write(remote::kOffsetY, 0), GC_ERR_SUCCESS);
-        layout_ =
-            read(remote::kPixelFormat) == Pfnc::YUV422_8 ? FrameLayout::Yuyv : FrameLayout::Uyvy;
     }
 
     Picture shoot()
@@ -118,9 +110,7 @@ public:
         if (!buffer)
             return {};
         Picture picture = measure(data(buffer), layout_);
-        number = zevo_sim::ReadCounter(data(buffer), layout_, kWidth, kHeight,
-                                       zevo_sim::CounterPlace::Top)
-                     .value_or(0);
+        number = numberIn(*this, buffer).value_or(0);
         timestampNs = info(buffer, BUFFER_INFO_TIMESTAMP);
         giveBack(buffer);
         return picture;
@@ -135,6 +125,13 @@ public:
         return false;
     }
 
+    bool becomesLike(const Picture& plain)
+    {
+        return becomes([&](const Picture& picture) {
+            return picture.mean == plain.mean && picture.chroma == plain.chroma;
+        });
+    }
+
     /// What the camera tells is polled, and seldom.
     bool comesToTell(uint64_t address, double value)
     {
@@ -146,7 +143,7 @@ public:
     uint64_t timestampNs = 0;
 
 private:
-    FrameLayout layout_ = FrameLayout::Uyvy;
+    const FrameLayout layout_ = layoutOf(read(remote::kPixelFormat));
 };
 
 struct Setting {
@@ -155,12 +152,16 @@ struct Setting {
 };
 using Settings = std::vector<Setting>;
 
-void set(const OpenDevice& camera, const Settings& settings)
+/// Gives back how to undo it.
+Settings set(const OpenDevice& camera, const Settings& settings)
 {
-    for (const Setting& setting : settings)
-        EXPECT_EQ(camera.write(setting.address, static_cast<uint32_t>(setting.value)),
-                  GC_ERR_SUCCESS)
-            << std::hex << setting.address << " " << lastError();
+    Settings before;
+    for (const auto& [address, value] : settings) {
+        before.insert(before.begin(), {address, static_cast<int>(camera.read(address))});
+        EXPECT_EQ(camera.write(address, static_cast<uint32_t>(value)), GC_ERR_SUCCESS)
+            << std::hex << address << " " << lastError();
+    }
+    return before;
 }
 
 } // namespace
@@ -172,12 +173,8 @@ TEST(Controls, ADefaultCameraShowsTheChartAsItIs)
     for (int frame = 0; frame < 10; ++frame) {
         const Picture picture = camera.shoot();
         ASSERT_GE(picture.bars.size(), 4U);
-        for (std::size_t i = 0; i < picture.bars.size(); ++i) {
-            const zevo_sim::Yuv expected = zevo_sim::ToYuv(zevo_sim::kBars[i]);
-            EXPECT_EQ(picture.bars[i].y, expected.y) << i;
-            EXPECT_EQ(picture.bars[i].cb, expected.cb) << i;
-            EXPECT_EQ(picture.bars[i].cr, expected.cr) << i;
-        }
+        for (std::size_t i = 0; i < picture.bars.size(); ++i)
+            EXPECT_TRUE(isNear(picture.bars[i], zevo_sim::ToYuv(zevo_sim::kBars[i]), 0)) << i;
     }
     camera.stop();
 }
@@ -187,43 +184,32 @@ TEST(Controls, ImageProcessingShowsInThePictureAndGoesAway)
     const struct {
         const char* what;
         Settings settings;
-        Settings back;
         double Picture::*measure;
         double least; ///< parts of what the plain picture measures
         double most;
     } cases[] = {
-        {"brighter", {{kBrightness, 50}}, {{kBrightness, 0}}, &Picture::mean, 1.3, 2.5},
-        {"darker", {{kBrightness, -50}}, {{kBrightness, 0}}, &Picture::mean, 0.1, 0.7},
-        {"contrast", {{kContrast, 100}}, {{kContrast, 0}}, &Picture::spread, 1.1, 2.0},
-        {"less contrast", {{kContrast, -100}}, {{kContrast, 0}}, &Picture::spread, 0.3, 0.6},
-        {"grey", {{kSaturation, 0}}, {{kSaturation, 100}}, &Picture::chroma, 0, 0.001},
-        {"colourful", {{kSaturation, 200}}, {{kSaturation, 100}}, &Picture::chroma, 1.2, 2.0},
-        {"sharp", {{kSharpness, 100}}, {{kSharpness, 0}}, &Picture::edges, 1.3, 9.0},
-        {"linear", {{kColorSpace, 0}}, {{kColorSpace, 1}}, &Picture::mean, 0.2, 0.9},
-        {"gamma 2.2",
-         {{kColorSpace, 0}, {kGamma, 220}},
-         {{kGamma, 100}, {kColorSpace, 1}},
-         &Picture::mean,
-         0.97,
-         1.03},
-        {"gamma 3",
-         {{kColorSpace, 0}, {kGamma, 300}},
-         {{kGamma, 100}, {kColorSpace, 1}},
-         &Picture::mean,
-         1.1,
-         1.6},
-        {"tone mapping", {{kToneMapping, 0}}, {{kToneMapping, 1}}, &Picture::mean, 0.6, 0.95},
+        {"brighter", {{kBrightness, 50}}, &Picture::mean, 1.3, 2.5},
+        {"darker", {{kBrightness, -50}}, &Picture::mean, 0.1, 0.7},
+        {"contrast", {{kContrast, 100}}, &Picture::spread, 1.1, 2.0},
+        {"less contrast", {{kContrast, -100}}, &Picture::spread, 0.3, 0.6},
+        {"grey", {{kSaturation, 0}}, &Picture::chroma, 0, 0.001},
+        {"colourful", {{kSaturation, 200}}, &Picture::chroma, 1.2, 2.0},
+        {"sharp", {{kSharpness, 100}}, &Picture::edges, 1.3, 9.0},
+        {"linear", {{kColorSpace, 0}}, &Picture::mean, 0.2, 0.9},
+        {"gamma 2.2", {{kColorSpace, 0}, {kGamma, 220}}, &Picture::mean, 0.97, 1.03},
+        {"gamma 3", {{kColorSpace, 0}, {kGamma, 300}}, &Picture::mean, 1.1, 1.6},
+        {"tone mapping", {{kToneMapping, 0}}, &Picture::mean, 0.6, 0.95},
     };
     Shooting camera;
     camera.start(4);
     const Picture plain = camera.shoot();
     for (const auto& c : cases) {
-        set(camera, c.settings);
+        const Settings back = set(camera, c.settings);
         EXPECT_TRUE(camera.becomes([&](const Picture& picture) {
             const double part = picture.*c.measure / (plain.*c.measure);
             return part >= c.least && part <= c.most;
         })) << c.what;
-        set(camera, c.back);
+        set(camera, back);
         EXPECT_TRUE(camera.becomes([&](const Picture& picture) {
             return picture.*c.measure == plain.*c.measure && picture.mean == plain.mean;
         })) << c.what;
@@ -251,7 +237,7 @@ TEST(Controls, ExposureAndGainActOnceTheirAutomaticsAreOff)
     EXPECT_GT(camera.shoot().mean, dark * 1.2);
 
     set(camera, {{kGainAuto, 1}});
-    EXPECT_TRUE(camera.becomes([&](const Picture& picture) { return picture.mean == plain.mean; }));
+    EXPECT_TRUE(camera.becomesLike(plain));
     EXPECT_TRUE(camera.comesToTell(kGain, 1536));
     camera.stop();
 }
@@ -261,20 +247,20 @@ TEST(Controls, WhiteBalanceTintsAndSettles)
     Shooting camera;
     camera.start(4);
     const Picture plain = camera.shoot();
-    EXPECT_NEAR(plain.cr, 128, 1);
+    EXPECT_NEAR(plain.grey.cr, 128, 1);
     set(camera, {{kBalanceWhiteAuto, 0}});
     for (int frame = 0; frame < 10; ++frame)
         EXPECT_TRUE(isAbout(camera.shoot().mean, plain.mean, 0.003)) << "the automatic's gains";
     set(camera, {{kBalanceRatioRed, 4 * 4096}});
-    EXPECT_TRUE(camera.becomes([](const Picture& picture) { return picture.cr > 140; }));
+    EXPECT_TRUE(camera.becomes([](const Picture& picture) { return picture.grey.cr > 140; }));
     set(camera, {{kBalanceRatioRed, 6868}, {kBalanceRatioBlue, 4 * 4096}});
-    EXPECT_TRUE(camera.becomes([](const Picture& picture) { return picture.cb > 140; }));
+    EXPECT_TRUE(camera.becomes([](const Picture& picture) { return picture.grey.cb > 140; }));
     set(camera, {{kLightSource, 2}}); // 2500 K, where the light is 5000 K
     EXPECT_TRUE(camera.becomes(
-        [](const Picture& picture) { return picture.cb > 133 && picture.cr < 123; }));
+        [](const Picture& picture) { return picture.grey.cb > 133 && picture.grey.cr < 123; }));
     EXPECT_TRUE(camera.comesToTell(kBalanceRatioBlue, 2.890625 * 4096));
     set(camera, {{kBalanceWhiteAuto, 1}});
-    EXPECT_TRUE(camera.becomes([&](const Picture& picture) { return picture.mean == plain.mean; }));
+    EXPECT_TRUE(camera.becomesLike(plain));
     EXPECT_TRUE(camera.comesToTell(kBalanceRatioRed, 6868));
     EXPECT_TRUE(camera.comesToTell(kBalanceRatioBlue, 6472));
     camera.stop();
@@ -294,15 +280,11 @@ TEST(Controls, TestPatternsReplaceTheSceneAndGiveItBack)
         set(camera, {{kTestPattern, c.pattern}});
         const zevo_sim::Yuv expected = zevo_sim::ToYuv(c.left);
         EXPECT_TRUE(camera.becomes([&](const Picture& picture) {
-            const zevo_sim::Yuv& pixel = picture.bars.at(0);
-            return std::abs(pixel.y - expected.y) <= 2 && std::abs(pixel.cb - expected.cb) <= 2 &&
-                   std::abs(pixel.cr - expected.cr) <= 2;
+            return isNear(picture.bars.at(0), expected, 2);
         })) << c.pattern;
     }
     set(camera, {{kTestPattern, 0}});
-    EXPECT_TRUE(camera.becomes([&](const Picture& picture) {
-        return picture.mean == plain.mean && picture.chroma == plain.chroma;
-    }));
+    EXPECT_TRUE(camera.becomesLike(plain));
     camera.stop();
 }
 

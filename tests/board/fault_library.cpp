@@ -122,24 +122,6 @@ EXPORT void* mmap(void* address, std::size_t length, int protection, int flags, 
                                      : real(address, length, protection, flags, fd, offset);
 }
 
-EXPORT int poll(pollfd* entries, nfds_t count, int timeoutMs)
-{
-    NEXT(poll);
-    return FAILS(poll) ? -1 : real(entries, count, timeoutMs);
-}
-
-EXPORT int pipe(int ends[2]) noexcept
-{
-    NEXT(pipe);
-    return FAILS(pipe) ? -1 : real(ends);
-}
-
-EXPORT int dup(int fd) noexcept
-{
-    NEXT(dup);
-    return FAILS(dup) ? -1 : real(fd);
-}
-
 EXPORT int fcntl(int fd, int command, ...)
 {
     va_list arguments;
@@ -157,29 +139,24 @@ EXPORT int stat(const char* path, struct stat* status) noexcept
     return FAILS(stat) ? -1 : real(path, status);
 }
 
-EXPORT int glob(const char* pattern, int flags, int (*onError)(const char*, int), glob_t* result)
-{
-    NEXT(glob);
-    return FAILS(glob) ? GLOB_NOSPACE : real(pattern, flags, onError, result);
-}
+/// A call that returns `failed` when it fails; behind it how the C library declares it.
+#define STAND_IN(result, name, parameters, arguments, failed, specifier)                           \
+    EXPORT result name parameters specifier                                                        \
+    {                                                                                              \
+        NEXT(name);                                                                                \
+        return FAILS(name) ? failed : real arguments;                                              \
+    }
 
-EXPORT std::FILE* fopen(const char* path, const char* mode)
-{
-    NEXT(fopen);
-    return FAILS(fopen) ? nullptr : real(path, mode);
-}
-
-EXPORT ssize_t write(int fd, const void* data, std::size_t size)
-{
-    NEXT(write);
-    return FAILS(write) ? -1 : real(fd, data, size);
-}
-
-EXPORT ssize_t read(int fd, void* data, std::size_t size)
-{
-    NEXT(read);
-    return FAILS(read) ? -1 : real(fd, data, size);
-}
+// clang-format off
+STAND_IN(int, poll, (pollfd* entries, nfds_t count, int timeoutMs), (entries, count, timeoutMs), -1, )
+STAND_IN(int, pipe, (int ends[2]), (ends), -1, noexcept)
+STAND_IN(int, dup, (int fd), (fd), -1, noexcept)
+STAND_IN(int, glob, (const char* pattern, int flags, int (*onError)(const char*, int), glob_t* result),
+         (pattern, flags, onError, result), GLOB_NOSPACE, )
+STAND_IN(std::FILE*, fopen, (const char* path, const char* mode), (path, mode), nullptr, )
+STAND_IN(ssize_t, write, (int fd, const void* data, std::size_t size), (fd, data, size), -1, )
+STAND_IN(ssize_t, read, (int fd, void* data, std::size_t size), (fd, data, size), -1, )
+// clang-format on
 
 EXPORT int nanosleep(const timespec* duration, timespec* remaining)
 {

@@ -41,75 +41,74 @@ struct Row {
     std::function<GC_ERROR(const Arguments&)> call;
 };
 
-#define CALL(name, ...)                                                                            \
-    [](const Arguments& a) {                                                                       \
-        void* const h = a.handle;                                                                  \
-        return producer().name(__VA_ARGS__);                                                       \
+#define ROW(family, hasPointers, name, ...)                                                        \
+    {                                                                                              \
+#name, Family::family, hasPointers, [](const Arguments& a) {                                  \
+         void* const h = a.handle;                                                                 \
+         return producer().name(__VA_ARGS__);                                                      \
+     }    \
     }
 #define TYPE a.pointer(g_type)
 #define SIZE a.pointer(g_size)
+#define NUMBER a.pointer(g_number)
+#define HANDLE a.pointer(g_handle)
 #define OUT static_cast<void*>(g_text)
 
 void* const kBuffer = reinterpret_cast<void*>(0x16);
 
 // clang-format off
 const Row kRows[] = {
-    {"TLClose", Family::System, false, CALL(TLClose, h)},
-    {"TLGetInfo", Family::System, true, CALL(TLGetInfo, h, TL_INFO_ID, TYPE, OUT, SIZE)},
-    {"TLUpdateInterfaceList", Family::System, false, CALL(TLUpdateInterfaceList, h, nullptr, 0)},
-    {"TLGetNumInterfaces", Family::System, true, CALL(TLGetNumInterfaces, h, a.pointer(g_number))},
-    {"TLGetInterfaceID", Family::System, true, CALL(TLGetInterfaceID, h, 0, g_text, SIZE)},
-    {"TLGetInterfaceInfo", Family::System, true, CALL(TLGetInterfaceInfo, h, "x", 0, TYPE, OUT, SIZE)},
-    {"TLOpenInterface", Family::System, true, CALL(TLOpenInterface, h, "x", a.pointer(g_handle))},
-    {"IFClose", Family::Interface, false, CALL(IFClose, h)},
-    {"IFGetInfo", Family::Interface, true, CALL(IFGetInfo, h, 0, TYPE, OUT, SIZE)},
-    {"IFUpdateDeviceList", Family::Interface, false, CALL(IFUpdateDeviceList, h, nullptr, 0)},
-    {"IFGetNumDevices", Family::Interface, true, CALL(IFGetNumDevices, h, a.pointer(g_number))},
-    {"IFGetDeviceID", Family::Interface, true, CALL(IFGetDeviceID, h, 0, g_text, SIZE)},
-    {"IFGetDeviceInfo", Family::Interface, true, CALL(IFGetDeviceInfo, h, "x", 0, TYPE, OUT, SIZE)},
-    {"IFOpenDevice", Family::Interface, true, CALL(IFOpenDevice, h, "x", 4, a.pointer(g_handle))},
-    {"IFGetParentTL", Family::Interface, true, CALL(IFGetParentTL, h, a.pointer(g_handle))},
-    {"DevClose", Family::Device, false, CALL(DevClose, h)},
-    {"DevGetInfo", Family::Device, true, CALL(DevGetInfo, h, 0, TYPE, OUT, SIZE)},
-    {"DevGetNumDataStreams", Family::Device, true, CALL(DevGetNumDataStreams, h, a.pointer(g_number))},
-    {"DevGetDataStreamID", Family::Device, true, CALL(DevGetDataStreamID, h, 0, g_text, SIZE)},
-    {"DevGetPort", Family::Device, true, CALL(DevGetPort, h, a.pointer(g_handle))},
-    {"DevOpenDataStream", Family::Device, true, CALL(DevOpenDataStream, h, "x", a.pointer(g_handle))},
-    {"DevGetParentIF", Family::Device, true, CALL(DevGetParentIF, h, a.pointer(g_handle))},
-    {"DSClose", Family::Stream, false, CALL(DSClose, h)},
-    {"DSGetInfo", Family::Stream, true, CALL(DSGetInfo, h, 0, TYPE, OUT, SIZE)},
-    {"DSAllocAndAnnounceBuffer", Family::Stream, true,
-     CALL(DSAllocAndAnnounceBuffer, h, 8, nullptr, a.pointer(g_handle))},
-    {"DSAnnounceBuffer", Family::Stream, true,
-     CALL(DSAnnounceBuffer, h, OUT, 8, nullptr, a.pointer(g_handle))},
-    {"DSFlushQueue", Family::Stream, false, CALL(DSFlushQueue, h, 0)},
-    {"DSGetBufferID", Family::Stream, true, CALL(DSGetBufferID, h, 0, a.pointer(g_handle))},
-    {"DSGetBufferInfo", Family::Stream, true, CALL(DSGetBufferInfo, h, kBuffer, 0, TYPE, OUT, SIZE)},
-    {"DSQueueBuffer", Family::Stream, false, CALL(DSQueueBuffer, h, kBuffer)},
-    {"DSRevokeBuffer", Family::Stream, false, CALL(DSRevokeBuffer, h, kBuffer, nullptr, nullptr)},
-    {"DSStartAcquisition", Family::Stream, false, CALL(DSStartAcquisition, h, 0, 1)},
-    {"DSStopAcquisition", Family::Stream, false, CALL(DSStopAcquisition, h, 0)},
-    {"DSGetBufferChunkData", Family::Stream, true,
-     CALL(DSGetBufferChunkData, h, kBuffer, &g_chunk, SIZE)},
-    {"DSGetParentDev", Family::Stream, true, CALL(DSGetParentDev, h, a.pointer(g_handle))},
-    {"DSGetNumBufferParts", Family::Stream, true,
-     CALL(DSGetNumBufferParts, h, kBuffer, a.pointer(g_number))},
-    {"DSGetBufferPartInfo", Family::Stream, true,
-     CALL(DSGetBufferPartInfo, h, kBuffer, 0, 0, TYPE, OUT, SIZE)},
-    {"GCGetPortInfo", Family::Port, true, CALL(GCGetPortInfo, h, 0, TYPE, OUT, SIZE)},
-    {"GCGetPortURL", Family::Port, true, CALL(GCGetPortURL, h, g_text, SIZE)},
-    {"GCGetNumPortURLs", Family::Port, true, CALL(GCGetNumPortURLs, h, a.pointer(g_number))},
-    {"GCGetPortURLInfo", Family::Port, true, CALL(GCGetPortURLInfo, h, 0, 0, TYPE, OUT, SIZE)},
-    {"GCReadPort", Family::Port, true, CALL(GCReadPort, h, 0, OUT, SIZE)},
-    {"GCWritePort", Family::Port, true, CALL(GCWritePort, h, 0, OUT, SIZE)},
-    {"GCWritePortStacked", Family::Stack, true, CALL(GCWritePortStacked, h, nullptr, SIZE)},
-    {"GCRegisterEvent", Family::EventSource, true, CALL(GCRegisterEvent, h, 1, a.pointer(g_handle))},
-    {"GCUnregisterEvent", Family::EventSource, false, CALL(GCUnregisterEvent, h, 1)},
-    {"EventGetData", Family::Event, true, CALL(EventGetData, h, OUT, SIZE, 0)},
-    {"EventGetInfo", Family::Event, true, CALL(EventGetInfo, h, 0, TYPE, OUT, SIZE)},
-    {"EventGetDataInfo", Family::Event, true, CALL(EventGetDataInfo, h, &g_word, 8, 0, TYPE, OUT, SIZE)},
-    {"EventFlush", Family::Event, false, CALL(EventFlush, h)},
-    {"EventKill", Family::Event, false, CALL(EventKill, h)},
+    ROW(System, false, TLClose, h),
+    ROW(System, true, TLGetInfo, h, TL_INFO_ID, TYPE, OUT, SIZE),
+    ROW(System, false, TLUpdateInterfaceList, h, nullptr, 0),
+    ROW(System, true, TLGetNumInterfaces, h, NUMBER),
+    ROW(System, true, TLGetInterfaceID, h, 0, g_text, SIZE),
+    ROW(System, true, TLGetInterfaceInfo, h, "x", 0, TYPE, OUT, SIZE),
+    ROW(System, true, TLOpenInterface, h, "x", HANDLE),
+    ROW(Interface, false, IFClose, h),
+    ROW(Interface, true, IFGetInfo, h, 0, TYPE, OUT, SIZE),
+    ROW(Interface, false, IFUpdateDeviceList, h, nullptr, 0),
+    ROW(Interface, true, IFGetNumDevices, h, NUMBER),
+    ROW(Interface, true, IFGetDeviceID, h, 0, g_text, SIZE),
+    ROW(Interface, true, IFGetDeviceInfo, h, "x", 0, TYPE, OUT, SIZE),
+    ROW(Interface, true, IFOpenDevice, h, "x", 4, HANDLE),
+    ROW(Interface, true, IFGetParentTL, h, HANDLE),
+    ROW(Device, false, DevClose, h),
+    ROW(Device, true, DevGetInfo, h, 0, TYPE, OUT, SIZE),
+    ROW(Device, true, DevGetNumDataStreams, h, NUMBER),
+    ROW(Device, true, DevGetDataStreamID, h, 0, g_text, SIZE),
+    ROW(Device, true, DevGetPort, h, HANDLE),
+    ROW(Device, true, DevOpenDataStream, h, "x", HANDLE),
+    ROW(Device, true, DevGetParentIF, h, HANDLE),
+    ROW(Stream, false, DSClose, h),
+    ROW(Stream, true, DSGetInfo, h, 0, TYPE, OUT, SIZE),
+    ROW(Stream, true, DSAllocAndAnnounceBuffer, h, 8, nullptr, HANDLE),
+    ROW(Stream, true, DSAnnounceBuffer, h, OUT, 8, nullptr, HANDLE),
+    ROW(Stream, false, DSFlushQueue, h, 0),
+    ROW(Stream, true, DSGetBufferID, h, 0, HANDLE),
+    ROW(Stream, true, DSGetBufferInfo, h, kBuffer, 0, TYPE, OUT, SIZE),
+    ROW(Stream, false, DSQueueBuffer, h, kBuffer),
+    ROW(Stream, false, DSRevokeBuffer, h, kBuffer, nullptr, nullptr),
+    ROW(Stream, false, DSStartAcquisition, h, 0, 1),
+    ROW(Stream, false, DSStopAcquisition, h, 0),
+    ROW(Stream, true, DSGetBufferChunkData, h, kBuffer, &g_chunk, SIZE),
+    ROW(Stream, true, DSGetParentDev, h, HANDLE),
+    ROW(Stream, true, DSGetNumBufferParts, h, kBuffer, NUMBER),
+    ROW(Stream, true, DSGetBufferPartInfo, h, kBuffer, 0, 0, TYPE, OUT, SIZE),
+    ROW(Port, true, GCGetPortInfo, h, 0, TYPE, OUT, SIZE),
+    ROW(Port, true, GCGetPortURL, h, g_text, SIZE),
+    ROW(Port, true, GCGetNumPortURLs, h, NUMBER),
+    ROW(Port, true, GCGetPortURLInfo, h, 0, 0, TYPE, OUT, SIZE),
+    ROW(Port, true, GCReadPort, h, 0, OUT, SIZE),
+    ROW(Port, true, GCWritePort, h, 0, OUT, SIZE),
+    ROW(Stack, true, GCWritePortStacked, h, nullptr, SIZE),
+    ROW(EventSource, true, GCRegisterEvent, h, 1, HANDLE),
+    ROW(EventSource, false, GCUnregisterEvent, h, 1),
+    ROW(Event, true, EventGetData, h, OUT, SIZE, 0),
+    ROW(Event, true, EventGetInfo, h, 0, TYPE, OUT, SIZE),
+    ROW(Event, true, EventGetDataInfo, h, &g_word, 8, 0, TYPE, OUT, SIZE),
+    ROW(Event, false, EventFlush, h),
+    ROW(Event, false, EventKill, h),
 };
 // clang-format on
 

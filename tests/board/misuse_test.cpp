@@ -1,9 +1,8 @@
 // Consumers that do everything at once, in the wrong order, or not at all.
-#include <array>
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
-#include <functional>
+#include <iterator>
 #include <pthread.h>
 #include <thread>
 #include <vector>
@@ -25,15 +24,13 @@ bool isKnown(GC_ERROR result)
 
 /// Handles that all threads share, whatever has become of them meanwhile.
 struct Shared {
-    std::atomic<TL_HANDLE> system{nullptr};
-    std::atomic<IF_HANDLE> interface {
-        nullptr
-    };
-    std::atomic<DEV_HANDLE> device{nullptr};
-    std::atomic<PORT_HANDLE> port{nullptr};
-    std::atomic<DS_HANDLE> stream{nullptr};
-    std::atomic<EVENT_HANDLE> event{nullptr};
-    std::array<std::atomic<BUFFER_HANDLE>, 4> buffers{};
+    std::atomic<TL_HANDLE> system;
+    std::atomic<IF_HANDLE> interfaces;
+    std::atomic<DEV_HANDLE> device;
+    std::atomic<PORT_HANDLE> port;
+    std::atomic<DS_HANDLE> stream;
+    std::atomic<EVENT_HANDLE> event;
+    std::atomic<BUFFER_HANDLE> buffers[4];
 };
 
 /// One thread's way through the calls: any of them at any time, by a number of its own.
@@ -42,19 +39,15 @@ class Vandal
 public:
     Vandal(Shared& shared, uint32_t seed) : shared_(shared), state_(seed) {}
 
-    void operator()(int steps)
-    {
-        for (int step = 0; step < steps; ++step) {
-            const std::size_t choice = next(kChoices);
-            const GC_ERROR result = choice < 15 ? moveBuffers(choice) : doMore(choice);
-            EXPECT_TRUE(isKnown(result)) << "choice " << choice << ": " << result;
-            if (result == GC_ERR_INVALID_HANDLE)
-                open();
-        }
-    }
+    void operator()(int steps);
 
 private:
-    static constexpr std::size_t kChoices = 24;
+    struct Action {
+        const char* name;
+        std::size_t weight;
+        GC_ERROR (*call)(Vandal&, const Producer&, Shared&);
+    };
+    static const Action kActions[];
 
     // Higher bits of a linear congruential generator: the same ways in each run of the test.
     std::size_t next(std::size_t range)
@@ -62,133 +55,127 @@ private:
         state_ = state_ * 1664525 + 1013904223;
         return (state_ >> 16) % range;
     }
-    BUFFER_HANDLE buffer() { return shared_.buffers[next(shared_.buffers.size())]; }
-    GC_ERROR write(uint64_t address, uint32_t value)
-    {
-        return writeRegister(shared_.port, address, value);
-    }
-
-    template <typename Handle, typename Call>
-    static GC_ERROR make(std::atomic<Handle>& handle, Call call)
-    {
-        Handle made = nullptr;
-        const GC_ERROR result = call(&made);
-        if (result == GC_ERR_SUCCESS)
-            handle = made;
-        return result;
-    }
-
-    GC_ERROR open();
+    BUFFER_HANDLE buffer() { return shared_.buffers[next(std::size(shared_.buffers))]; }
+    const Action& anyAction();
+    void open();
     GC_ERROR announce();
-    GC_ERROR moveBuffers(std::size_t choice);
-    GC_ERROR doMore(std::size_t choice);
-    GC_ERROR close();
 
     Shared& shared_;
     uint32_t state_;
 };
 
+// clang-format off
+const Vandal::Action Vandal::kActions[] = {
+    {"queue", 32, [](auto& v, auto& p, auto& s) { return p.DSQueueBuffer(s.stream, v.buffer()); }},
+    {"take", 32, [](auto& v, auto& p, auto& s) {
+        EVENT_NEW_BUFFER_DATA data{};
+        size_t size = sizeof data;
+        return p.EventGetData(s.event, &data, &size, v.next(5));
+    }},
+    {"start", 16, [](auto&, auto& p, auto& s) {
+        writeRegister(s.port, remote::kAcquisitionStart, 1);
+        return p.DSStartAcquisition(s.stream, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE);
+    }},
+    {"stop", 8, [](auto&, auto& p, auto& s) {
+        writeRegister(s.port, remote::kAcquisitionStop, 1);
+        return p.DSStopAcquisition(s.stream, ACQ_STOP_FLAGS_DEFAULT);
+    }},
+    {"flush", 16, [](auto& v, auto& p, auto& s) {
+        return p.DSFlushQueue(s.stream, static_cast<int32_t>(v.next(ACQ_QUEUE_ALL_DISCARD + 1)));
+    }},
+    {"revoke", 8, [](auto& v, auto& p, auto& s) {
+        return p.DSRevokeBuffer(s.stream, v.buffer(), nullptr, nullptr);
+    }},
+    {"announce", 13, [](auto& v, auto&, auto&) { return v.announce(); }},
+    {"look at a buffer", 8, [](auto& v, auto& p, auto& s) {
+        uint64_t id = 0;
+        size_t size = sizeof id;
+        INFO_DATATYPE type = 0;
+        return p.DSGetBufferInfo(s.stream, v.buffer(), BUFFER_INFO_FRAMEID, &type, &id, &size);
+    }},
+    {"look at the stream", 8, [](auto&, auto& p, auto& s) {
+        uint64_t number = 0;
+        size_t size = sizeof number;
+        INFO_DATATYPE type = 0;
+        return p.DSGetInfo(s.stream, STREAM_INFO_NUM_AWAIT_DELIVERY, &type, &number, &size);
+    }},
+    {"read", 8, [](auto&, auto& p, auto& s) {
+        uint32_t value = 0;
+        size_t size = sizeof value;
+        return p.GCReadPort(s.port, remote::kPayloadSize, &value, &size);
+    }},
+    {"width", 8, [](auto&, auto&, auto& s) { return writeRegister(s.port, remote::kWidth, kWidth); }},
+    {"height", 8, [](auto&, auto&, auto& s) { return writeRegister(s.port, remote::kHeight, kHeight); }},
+    {"kill", 8, [](auto&, auto& p, auto& s) { return p.EventKill(s.event); }},
+    {"unregister", 8, [](auto&, auto& p, auto& s) { return p.GCUnregisterEvent(s.stream, EVENT_NEW_BUFFER); }},
+    {"close the stream", 2, [](auto&, auto& p, auto& s) { return p.DSClose(s.stream); }},
+    {"close the device", 1, [](auto&, auto& p, auto& s) { return p.DevClose(s.device); }},
+    {"close the interface", 1, [](auto&, auto& p, auto& s) { return p.IFClose(s.interfaces); }},
+    {"close the system", 1, [](auto&, auto& p, auto& s) { return p.TLClose(s.system); }},
+};
+// clang-format on
+
+void Vandal::operator()(int steps)
+{
+    open();
+    for (int step = 0; step < steps; ++step) {
+        const Action& action = anyAction();
+        const GC_ERROR result = action.call(*this, producer(), shared_);
+        EXPECT_TRUE(isKnown(result)) << action.name << ": " << result;
+        if (result == GC_ERR_INVALID_HANDLE)
+            open();
+    }
+}
+
+const Vandal::Action& Vandal::anyAction()
+{
+    std::size_t all = 0;
+    for (const Action& action : kActions)
+        all += action.weight;
+    std::size_t left = next(all);
+    const Action* action = kActions;
+    for (; left >= action->weight; ++action)
+        left -= action->weight;
+    return *action;
+}
+
+// Stores what a call has made.
+template <typename Handle, typename Call>
+GC_ERROR make(std::atomic<Handle>& handle, Call call)
+{
+    Handle made = nullptr;
+    const GC_ERROR result = call(&made);
+    if (result == GC_ERR_SUCCESS)
+        handle = made;
+    return result;
+}
+
 #define MAKE(handle, function, ...)                                                                \
-    make(shared_.handle, [&](auto* made) { return producer().function(__VA_ARGS__, made); })
+    make(handle, [&](auto* made) { return producer().function(__VA_ARGS__, made); })
 
 // Whatever isn't open, with its event and a buffer.
-GC_ERROR Vandal::open()
+void Vandal::open()
 {
-    make(shared_.system, [](TL_HANDLE* made) { return producer().TLOpen(made); });
-    MAKE(interface, TLOpenInterface, shared_.system, kInterfaceId);
+    Shared& s = shared_;
+    make(s.system, [](TL_HANDLE* made) { return producer().TLOpen(made); });
+    MAKE(s.interfaces, TLOpenInterface, s.system, kInterfaceId);
     char id[256] = {};
     size_t size = sizeof id;
-    producer().IFUpdateDeviceList(shared_.interface, nullptr, 0);
-    producer().IFGetDeviceID(shared_.interface, 0, id, &size);
-    MAKE(device, IFOpenDevice, shared_.interface, id, DEVICE_ACCESS_EXCLUSIVE);
-    MAKE(port, DevGetPort, shared_.device);
-    write(remote::kWidth, kWidth);
-    write(remote::kHeight, kHeight);
-    MAKE(stream, DevOpenDataStream, shared_.device, "Stream0");
-    MAKE(event, GCRegisterEvent, shared_.stream, EVENT_NEW_BUFFER);
-    return announce();
+    producer().IFUpdateDeviceList(s.interfaces, nullptr, 0);
+    producer().IFGetDeviceID(s.interfaces, 0, id, &size);
+    MAKE(s.device, IFOpenDevice, s.interfaces, id, DEVICE_ACCESS_EXCLUSIVE);
+    MAKE(s.port, DevGetPort, s.device);
+    writeRegister(s.port, remote::kWidth, kWidth);
+    writeRegister(s.port, remote::kHeight, kHeight);
+    MAKE(s.stream, DevOpenDataStream, s.device, "Stream0");
+    MAKE(s.event, GCRegisterEvent, s.stream, EVENT_NEW_BUFFER);
+    announce();
 }
 
 GC_ERROR Vandal::announce()
 {
-    const std::size_t index = next(shared_.buffers.size());
-    return MAKE(buffers[index], DSAllocAndAnnounceBuffer, shared_.stream, kWidth * kHeight * 2,
-                nullptr);
-}
-
-// What happens most.
-GC_ERROR Vandal::moveBuffers(std::size_t choice)
-{
-    EVENT_NEW_BUFFER_DATA data{};
-    size_t size = sizeof data;
-    const DS_HANDLE stream = shared_.stream;
-    switch (choice) {
-    case 0:
-    case 1:
-        write(remote::kAcquisitionStart, 1);
-        return producer().DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE);
-    case 2:
-        write(remote::kAcquisitionStop, 1);
-        return producer().DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT);
-    case 3:
-    case 4:
-        return producer().DSFlushQueue(
-            stream, static_cast<ACQ_QUEUE_TYPE>(next(ACQ_QUEUE_ALL_DISCARD + 1)));
-    case 5:
-        return producer().DSRevokeBuffer(stream, buffer(), nullptr, nullptr);
-    case 6:
-        return announce();
-    case 7:
-    case 8:
-    case 9:
-    case 10:
-        return producer().DSQueueBuffer(stream, buffer());
-    default:
-        return producer().EventGetData(shared_.event, &data, &size, next(5));
-    }
-}
-
-GC_ERROR Vandal::doMore(std::size_t choice)
-{
-    uint64_t value = 0;
-    size_t size = sizeof value;
-    INFO_DATATYPE type = 0;
-    switch (choice) {
-    case 15:
-        producer().DSGetBufferInfo(shared_.stream, buffer(), BUFFER_INFO_FRAMEID, &type, &value,
-                                   &size);
-        return producer().DSGetInfo(shared_.stream, STREAM_INFO_NUM_AWAIT_DELIVERY, &type, &value,
-                                    &(size = sizeof value));
-    case 16:
-        return producer().GCReadPort(shared_.port, remote::kPayloadSize, &value, &(size = 4));
-    case 17:
-        return write(remote::kWidth, kWidth);
-    case 18:
-        return write(remote::kHeight, kHeight);
-    case 19:
-        return producer().EventKill(shared_.event);
-    case 20:
-        return producer().GCUnregisterEvent(shared_.stream, EVENT_NEW_BUFFER);
-    case 21:
-        return close();
-    default:
-        return open();
-    }
-}
-
-// Seldom more than the stream.
-GC_ERROR Vandal::close()
-{
-    switch (next(16)) {
-    case 0:
-        return producer().TLClose(shared_.system);
-    case 1:
-        return producer().IFClose(shared_.interface);
-    case 2:
-        return producer().DevClose(shared_.device);
-    default:
-        return next(3) != 0 ? announce() : producer().DSClose(shared_.stream);
-    }
+    return MAKE(shared_.buffers[next(std::size(shared_.buffers))], DSAllocAndAnnounceBuffer,
+                shared_.stream, kWidth * kHeight * 2, nullptr);
 }
 
 /// A stream in which a thread waits for a frame that doesn't come.
@@ -242,7 +229,7 @@ TEST(Misuse, ManyThreadsDoEverythingAtOnce)
     constexpr int kThreads = 4;
     constexpr int kSteps = 1000;
     ASSERT_OK(GCInitLib());
-    Shared shared;
+    Shared shared{};
     std::vector<std::thread> threads;
     for (uint32_t seed = 1; seed <= kThreads; ++seed)
         threads.emplace_back([&shared, seed] { Vandal(shared, seed)(kSteps); });

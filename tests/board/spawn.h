@@ -3,9 +3,10 @@
 
 #include <sys/types.h>
 
-#include <map>
 #include <string>
 #include <vector>
+
+#include "../unit/tools/temporary_folder.h"
 
 /// How a program has ended.
 struct Outcome {
@@ -14,15 +15,16 @@ struct Outcome {
     std::string err; ///< standard error
 };
 
+std::string contentOf(const std::string& path);
+
 /// A running program; killed by the destructor if nobody has waited for it.
 class Process
 {
 public:
-    /// `words` are program and arguments, `input` its standard input; a variable with an empty
-    /// value is taken out of the environment. Ends the test program when it can't be started.
-    Process(const std::vector<std::string>& words,
-            const std::map<std::string, std::string>& environment, const std::string& input = {},
-            const std::string& outputFile = {});
+    /// `words` are program and arguments, `input` its standard input. Without an output file the
+    /// output is kept. Ends the test program when it can't be started.
+    explicit Process(std::vector<std::string> words, const std::string& input = {},
+                     const std::string& outputFile = {});
     ~Process();
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
@@ -31,8 +33,6 @@ public:
     Outcome Wait();
 
 private:
-    std::string out_;
-    std::string err_;
-    std::string in_;
+    TemporaryFolder folder_;
     pid_t id_ = -1;
 };

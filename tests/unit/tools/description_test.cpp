@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "failure.h"
+#include "genapi/feature_map.h"
 
 namespace zevo_tool
 {
@@ -38,6 +39,18 @@ TEST(DescriptionUrl, RefusesOthers)
          {"", "http://example.org/a.xml", "local:a.xml", "local:a.xml;12", "local:;;",
           "local:a.xml;12;zz", "local:a.xml;12;1ffffffffffffffff", "file:", "file://"})
         EXPECT_THROW(ParseDescriptionUrl(url), Failure) << url;
+}
+
+TEST(Description, IsRefusedWhenItIsNone)
+{
+    class NoPort final : public Port
+    {
+        void Read(std::uint64_t, void*, std::size_t) override { throw Failure("read"); }
+        void Write(std::uint64_t, const void*, std::size_t) override { throw Failure("written"); }
+    };
+    NoPort port;
+    for (const char* text : {"", "<a/>", "<RegisterDescription/>"})
+        EXPECT_THROW(FeatureMap(port, text), Failure) << text;
 }
 
 } // namespace
