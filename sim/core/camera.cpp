@@ -38,7 +38,7 @@ int Camera::Ioctl(unsigned long request, void* argument)
     if (!argument)
         return -EFAULT;
     return options_.form == RequestForm::Native ? IoctlNative(request, argument)
-                                                : IoctlControls(request, argument);
+                                                : controls_.Ioctl(request, argument);
 }
 
 int Camera::IoctlNative(unsigned long request, void* argument)
@@ -59,24 +59,6 @@ int Camera::IoctlNative(unsigned long request, void* argument)
         return RunTransfer(argument, Direction::Read);
     case TOLMEN_IOC_WRITE_REGISTER:
         return RunTransfer(argument, Direction::Write);
-    default:
-        return -ENOTTY;
-    }
-}
-
-int Camera::IoctlControls(unsigned long request, void* argument)
-{
-    switch (request) {
-    case VIDIOC_QUERYCTRL:
-        return controls_.Query(*static_cast<v4l2_queryctrl*>(argument));
-    case VIDIOC_G_CTRL:
-        return controls_.Get(*static_cast<v4l2_control*>(argument));
-    case VIDIOC_S_CTRL:
-        return controls_.Set(*static_cast<v4l2_control*>(argument));
-    case VIDIOC_G_EXT_CTRLS:
-        return controls_.Get(*static_cast<v4l2_ext_controls*>(argument));
-    case VIDIOC_S_EXT_CTRLS:
-        return controls_.Set(*static_cast<v4l2_ext_controls*>(argument));
     default:
         return -ENOTTY;
     }

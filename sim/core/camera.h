@@ -65,7 +65,6 @@ public:
 
 private:
     int IoctlNative(unsigned long request, void* argument);
-    int IoctlControls(unsigned long request, void* argument);
     int Move(std::uint16_t address, std::uint8_t* data, std::size_t size, Direction direction);
     int MoveLocked(std::uint16_t address, std::uint8_t* data, std::size_t size,
                    Direction direction);

@@ -177,7 +177,7 @@ int CaptureNode::Dispatch(OpenFile& file, unsigned long request, void* argument)
     case VIDIOC_S_CTRL:
     case VIDIOC_G_EXT_CTRLS:
     case VIDIOC_S_EXT_CTRLS:
-        return AccessControls(request, argument);
+        return controls_.Ioctl(request, argument);
     default:
         return driver_ ? driver_->Ioctl(request, argument) : -ENOTTY;
     }
@@ -375,22 +375,6 @@ int CaptureNode::SwitchStream(OpenFile& file, std::uint32_t type, bool isOn)
     queue_.StreamOff();
     monitor_.NotifyAll();
     return 0;
-}
-
-int CaptureNode::AccessControls(unsigned long request, void* argument)
-{
-    switch (request) {
-    case VIDIOC_QUERYCTRL:
-        return controls_.Query(*static_cast<v4l2_queryctrl*>(argument));
-    case VIDIOC_G_CTRL:
-        return controls_.Get(*static_cast<v4l2_control*>(argument));
-    case VIDIOC_S_CTRL:
-        return controls_.Set(*static_cast<v4l2_control*>(argument));
-    case VIDIOC_G_EXT_CTRLS:
-        return controls_.Get(*static_cast<v4l2_ext_controls*>(argument));
-    default:
-        return controls_.Set(*static_cast<v4l2_ext_controls*>(argument));
-    }
 }
 
 long CaptureNode::Map(OpenFile& file, void* address, std::size_t length, int protection, int flags,

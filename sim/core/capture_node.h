@@ -86,7 +86,6 @@ private:
     int QueueBuffer(OpenFile& file, v4l2_buffer& buffer);
     int DequeueBuffer(OpenFile& file, v4l2_buffer& buffer);
     int SwitchStream(OpenFile& file, std::uint32_t type, bool isOn);
-    int AccessControls(unsigned long request, void* argument);
 
     int CheckBuffer(const v4l2_buffer& buffer) const;
     void Describe(std::uint32_t index, v4l2_buffer& target);

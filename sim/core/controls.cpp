@@ -49,6 +49,24 @@ const Control* ControlList::Find(std::uint32_t id) const
     return found == controls_.end() ? nullptr : &*found;
 }
 
+int ControlList::Ioctl(unsigned long request, void* argument) const
+{
+    switch (request) {
+    case VIDIOC_QUERYCTRL:
+        return Query(*static_cast<v4l2_queryctrl*>(argument));
+    case VIDIOC_G_CTRL:
+        return Get(*static_cast<v4l2_control*>(argument));
+    case VIDIOC_S_CTRL:
+        return Set(*static_cast<v4l2_control*>(argument));
+    case VIDIOC_G_EXT_CTRLS:
+        return Get(*static_cast<v4l2_ext_controls*>(argument));
+    case VIDIOC_S_EXT_CTRLS:
+        return Set(*static_cast<v4l2_ext_controls*>(argument));
+    default:
+        return -ENOTTY;
+    }
+}
+
 int ControlList::Query(v4l2_queryctrl& query) const
 {
     const std::uint32_t id = query.id & V4L2_CTRL_ID_MASK;

@@ -39,6 +39,9 @@ public:
     void Add(Control control);
     bool IsEmpty() const { return controls_.empty(); }
 
+    /// A request on the node; -ENOTTY for one that isn't about controls.
+    int Ioctl(unsigned long request, void* argument) const;
+
     int Query(v4l2_queryctrl& query) const;
     int Get(v4l2_control& control) const;
     int Set(const v4l2_control& control) const;

@@ -74,6 +74,15 @@ GC_ERROR CopyChildId(const ChildList<Child>& list, std::uint32_t iIndex, char* s
     return GC_ERR_SUCCESS;
 }
 
+/// Takes the open module off its entry and closes it.
+template <typename Child>
+void CloseChild(ChildEntry<Child>& entry)
+{
+    const boost::shared_ptr<Child> module = std::move(entry.module);
+    entry.module.reset();
+    module->Close();
+}
+
 /// Value of a selector's maximum register.
 template <typename Child>
 std::uint32_t LastIndex(const ChildList<Child>& list)

@@ -154,9 +154,7 @@ GC_ERROR CDefaultDevice::CloseDataStream(const char* sDataStreamID)
     ChildEntry<IStream>* const entry = FindChild(streams_, sDataStreamID);
     if (!entry || !entry->module)
         return GC_ERR_INVALID_PARAMETER;
-    const boost::shared_ptr<IStream> child = std::move(entry->module);
-    entry->module.reset();
-    child->Close();
+    CloseChild(*entry);
     return GC_ERR_SUCCESS;
 }
 

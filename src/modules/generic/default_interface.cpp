@@ -173,9 +173,7 @@ GC_ERROR CDefaultInterface::CloseDevice(const char* sDeviceID)
         return GC_ERR_INVALID_ID;
     if (!entry->module)
         return GC_ERR_INVALID_PARAMETER;
-    const boost::shared_ptr<IDevice> child = std::move(entry->module);
-    entry->module.reset();
-    child->Close();
+    CloseChild(*entry);
     return GC_ERR_SUCCESS;
 }
 

@@ -165,9 +165,7 @@ GC_ERROR CDefaultSystem::CloseInterface(const char* sIfaceID)
     ChildEntry<IInterface>* const entry = FindChild(interfaces_, sIfaceID);
     if (!entry || !entry->module)
         return GC_ERR_INVALID_PARAMETER;
-    const boost::shared_ptr<IInterface> child = std::move(entry->module);
-    entry->module.reset();
-    child->Close();
+    CloseChild(*entry);
     return GC_ERR_SUCCESS;
 }
 
