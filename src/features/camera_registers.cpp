@@ -59,11 +59,12 @@ void CameraRegisters::resetDevice()
 
 void CameraRegisters::applyAll(Occasion occasion)
 {
-    // Also here: if a step fails, the commands are to be had again.
-    UpdateConditions(context_);
+    // If the format fails, the end of the streaming is still to be had, to try again.
+    UpdateStreamingConditions(context_);
     applyImageFormat(occasion);
     applyPicture();
     apply(Reg::TLParamsLocked);
+    UpdateConditions(context_);
     group<ImageFormatFeatures>().applyPayloadSize();
     auto& trigger = group<TriggerFeatures>();
     trigger.applyPeriodicSignal();
@@ -106,8 +107,10 @@ void CameraRegisters::applyPicture()
                                             Reg::BalanceRatioGreen, Reg::BalanceRatioBlue,
                                             Reg::TlmSaturation};
     const auto applyEach = [this](Span<const Reg> keys) {
-        for (const Reg key : keys)
+        for (const Reg key : keys) {
             apply(key);
+            UpdateConditions(context_);
+        }
     };
     auto& picture = group<PictureFeatures>();
     applyEach(kExposureToBrightness);

@@ -5,6 +5,21 @@
 namespace GenTLProducer
 {
 
+namespace
+{
+
+void Update(FeatureContext& context, const RegisterRow& row)
+{
+    const Condition& condition = row.behaviour.condition;
+    if (condition.holds == nullptr)
+        return;
+    const bool holds = condition.holds(context);
+    context.registers.set(condition.target, condition.flag, holds);
+    context.registers.show(row.key, holds);
+}
+
+} // namespace
+
 bool IsStreaming(const FeatureContext& context)
 {
     return context.isStreaming;
@@ -67,16 +82,20 @@ bool HasAutomaticBalance(const FeatureContext& context)
 
 void UpdateConditions(FeatureContext& context)
 {
+    UpdateStreamingConditions(context);
+    for (const RegisterRow& row : DeviceRegisterRows())
+        Update(context, row);
+}
+
+void UpdateStreamingConditions(FeatureContext& context)
+{
     for (const RegisterRow& row : DeviceRegisterRows()) {
         const Role role = row.behaviour.role;
-        const Condition& condition = row.behaviour.condition;
+        const auto holds = row.behaviour.condition.holds;
         if (role == Role::Feature || role == Role::Live)
             context.registers.set(row.key, RegisterFlag::Unchecked, context.isStreaming);
-        if (condition.holds == nullptr)
-            continue;
-        const bool holds = condition.holds(context);
-        context.registers.set(condition.target, condition.flag, holds);
-        context.registers.show(row.key, holds);
+        if (holds == IsStreaming || holds == IsNotStreaming)
+            Update(context, row);
     }
 }
 

@@ -32,5 +32,7 @@ bool HasAutomaticBalance(const FeatureContext& context);
 /// Brings every flag that follows from the state of the features, and the word that tells of it,
 /// to that state. Due behind every change.
 void UpdateConditions(FeatureContext& context);
+/// The same for what follows from feature streaming alone.
+void UpdateStreamingConditions(FeatureContext& context);
 
 } // namespace GenTLProducer

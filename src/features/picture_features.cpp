@@ -72,6 +72,7 @@ void PictureFeatures::applyRatios()
 void PictureFeatures::writeToneMapping()
 {
     context_.apply(Reg::TlmAdaptiveToneMappingMode);
+    UpdateConditions(context_);
     if (!context_.isOn(Reg::TlmAdaptiveToneMappingMode))
         applyContrast();
 }

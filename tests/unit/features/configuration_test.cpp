@@ -200,17 +200,40 @@ TEST(Configuration, StreamingEndSendsWhatWasStoredMadeValid)
     EXPECT_EQ(registers.journal.take(), DefaultsBut(kChanged));
 }
 
-TEST(Configuration, FailingEndLeavesTheStreaming)
+// What may start, end, and is locked, by how far it came.
+TEST(Configuration, FailingEndStandsWhereItCame)
+{
+    const std::pair<const char*, Words> kCases[] = {
+        // call, streaming start and end available, Gamma and TlmContrast locked
+        {"grabber SetWidth", {0, 1, 1, 0}},
+        {"SetGainAuto", {1, 0, 1, 0}},
+        {"SetContrast", {1, 0, 1, 1}},
+        {"SetSaturation", {1, 0, 0, 1}},
+    };
+    for (const auto& [call, words] : kCases) {
+        SCOPED_TRACE(call);
+        OpenRegisters registers;
+        registers.write(kStreamingStart, 1);
+        registers.write(Reg::TlmColorSpace, 0);
+        registers.write(Reg::TlmAdaptiveToneMappingMode, 0);
+        registers.journal.failing = call;
+        EXPECT_THROW(registers.write(kStreamingEnd, 1), std::runtime_error);
+        EXPECT_EQ(registers.read({Reg::StreamingStartAvailable, Reg::StreamingEndAvailable,
+                                  Reg::GammaLocked, Reg::TlmContrastLocked}),
+                  words);
+        EXPECT_EQ(registers.write(Reg::Width, 97), kRejected);
+        registers.journal.failing.clear();
+        EXPECT_EQ(registers.write(kStreamingEnd, 1), words[1] != 0 ? 0 : kProtected);
+        EXPECT_EQ(registers.write(Reg::AcquisitionStart, 1), 0);
+    }
+}
+
+TEST(Configuration, ContrastIsLockedBeforeItIsReset)
 {
     OpenRegisters registers;
-    registers.write(kStreamingStart, 1);
-    registers.journal.failing = "SetGainAuto";
-    EXPECT_THROW(registers.write(kStreamingEnd, 1), std::runtime_error);
-    EXPECT_EQ(registers.read(Reg::StreamingStartAvailable), 1u);
-    EXPECT_EQ(registers.read(Reg::AcquisitionStartAvailable), 1u);
-    EXPECT_EQ(registers.write(Reg::Width, 97), kRejected);
-    registers.journal.failing.clear();
-    EXPECT_EQ(registers.write(Reg::AcquisitionStart, 1), 0);
+    registers.journal.failing = "SetContrast";
+    EXPECT_THROW(registers.write(Reg::TlmAdaptiveToneMappingMode, 0), std::runtime_error);
+    EXPECT_EQ(registers.read(Reg::TlmContrastLocked), 1u);
 }
 
 } // namespace
