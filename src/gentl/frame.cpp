@@ -40,9 +40,16 @@ Frame& Frame::Count(const std::uint32_t* number)
     return *this;
 }
 
+Frame& Frame::WithoutSuccessLine()
+{
+    hasSuccessLine_ = false;
+    return *this;
+}
+
 GC_ERROR Frame::Finish(GC_ERROR code)
 {
-    GENTL_TRACE(kTraceResults, code != GC_ERR_SUCCESS ? 1 : 4, "%s", ErrorText(code));
+    if (code != GC_ERR_SUCCESS || hasSuccessLine_)
+        GENTL_TRACE(kTraceResults, code != GC_ERR_SUCCESS ? 1 : 4, "%s", ErrorText(code));
     if (code < 0)
         SetLastError(code);
     return result_ = code;

@@ -33,6 +33,8 @@ public:
     Frame& RequireTLOpen(GC_ERROR code) { return Require(State().isTLOpen(), code); }
     /// Shows the number with the exit line.
     Frame& Count(const std::uint32_t* number);
+    /// Leaves out the result line of a success.
+    Frame& WithoutSuccessLine();
 
     bool isFailed() const noexcept { return result_ != GC_ERR_SUCCESS; }
     GC_ERROR result() const noexcept { return result_; }
@@ -115,6 +117,7 @@ private:
     const char* const name_;
     GC_ERROR result_ = GC_ERR_SUCCESS;
     bool hasCount_ = false;
+    bool hasSuccessLine_ = true;
     const std::uint32_t* number_ = nullptr;
 };
 

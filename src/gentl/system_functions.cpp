@@ -15,9 +15,9 @@ GC_ERROR TLOpen(TL_HANDLE* phTL)
 GC_ERROR TLClose(TL_HANDLE hTL)
 {
     GENTL_FRAME("hTL=%p", hTL);
-    return frame.Require(Frame::State().isOpenSystem(hTL), GC_ERR_INVALID_HANDLE).Run([&] {
-        return Frame::State().CloseSystem();
-    });
+    return frame.Require(Frame::State().isOpenSystem(hTL), GC_ERR_INVALID_HANDLE)
+        .WithoutSuccessLine()
+        .Run([] { return Frame::State().CloseSystem(); });
 }
 
 GC_ERROR TLGetInfo(TL_HANDLE hTL, TL_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pBuffer,

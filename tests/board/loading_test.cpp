@@ -133,6 +133,40 @@ TEST(Library, AThreadThatUsedItMayOutliveIt)
     user.join(); // its end runs no code of the library
 }
 
+// The variables are read while the library is loaded, so that this needs a copy of its own.
+TEST(Library, TracesEntryResultAndExitOfItsCalls)
+{
+    ::setenv("GENTL_TRACE_FLAGS", "0x402", 1);
+    ::setenv("GENTL_TRACE_LEVEL", "5", 1);
+    Producer loaded = loadProducer(RTLD_NOW | RTLD_LOCAL);
+    ::unsetenv("GENTL_TRACE_FLAGS");
+    ::unsetenv("GENTL_TRACE_LEVEL");
+    TL_HANDLE system = nullptr;
+    testing::internal::CaptureStderr();
+    loaded.GCInitLib();
+    loaded.TLOpen(&system);
+    loaded.TLGetNumInterfaces(system, nullptr);
+    loaded.TLUpdateInterfaceList(system, nullptr, 0);
+    loaded.TLClose(system);
+    loaded.GCCloseLib();
+    const std::string trace = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(trace, testing::StartsWith("--> Entry to GCInitLib\n<-- Exit from GCInitLib:\n"
+                                           "Status = 0x00000000\n--> Entry to TLOpen:\nphTL=0x"));
+    EXPECT_THAT(trace,
+                testing::EndsWith("\nOne of the parameter given was not valid or out of range"
+                                  "\n<-- Exit from TLGetNumInterfaces:\n"
+                                  "Status = 0xfffffc0f  Num=0\n"
+                                  "--> Entry to TLUpdateInterfaceList:\n"
+                                  "hTL=0x10, pbChanged=(nil), iTimeout=0\nNo Error\n"
+                                  "<-- Exit from TLUpdateInterfaceList:\n"
+                                  "Status = 0x00000000\n"
+                                  "--> Entry to TLClose:\nhTL=0x10\n"
+                                  "<-- Exit from TLClose:\nStatus = 0x00000000\n"
+                                  "--> Entry to GCCloseLib\n<-- Exit from GCCloseLib:\n"
+                                  "Status = 0x00000000\n"));
+    unloadProducer(loaded);
+}
+
 TEST(Library, AForkedChildMayExit)
 {
     Streaming camera;
