@@ -10,54 +10,47 @@ namespace
 {
 
 constexpr unsigned long kVersion = 0x80044201;
-constexpr unsigned long kRead = 0xC1064204;
 
-/// A request of the control form with one control.
-struct ControlRequest {
-    v4l2_ext_control control{};
+/// Reads or writes one control. What has become of the control stays in it.
+int Request(DrivenCamera& camera, unsigned long request, v4l2_ext_control& control)
+{
     v4l2_ext_controls list{};
+    list.count = 1;
+    list.controls = &control;
+    return camera->Ioctl(request, &list);
+}
 
-    ControlRequest(std::uint32_t id, void* payload, std::uint32_t size)
-    {
-        control.id = id;
-        control.size = size;
-        control.ptr = payload;
-        list.count = 1;
-        list.controls = &control;
-    }
-};
+CameraOptions OptionsOf(RequestForm form)
+{
+    CameraOptions options;
+    options.form = form;
+    return options;
+}
 
 TEST(Driver, EachFormLacksTheOther)
 {
     std::uint32_t version = 0xDEADBEEF;
-    DrivenCamera native;
-    ControlRequest request(0x00981001, nullptr, 0);
-    EXPECT_EQ(native->Ioctl(VIDIOC_G_EXT_CTRLS, &request.list), -ENOTTY);
-    EXPECT_EQ(native->Ioctl(VIDIOC_QUERYCAP, &version), -ENOTTY);
+    v4l2_ext_control control{};
+    control.id = 0x00981001;
+    DrivenCamera native(OptionsOf(RequestForm::Native));
+    EXPECT_EQ(Request(native, VIDIOC_G_EXT_CTRLS, control), -ENOTTY);
 
-    CameraOptions options;
-    options.form = RequestForm::Controls;
-    DrivenCamera controls(options);
+    DrivenCamera controls(OptionsOf(RequestForm::Controls));
     EXPECT_EQ(controls->Ioctl(kVersion, &version), -ENOTTY);
     EXPECT_EQ(version, 0xDEADBEEF);
-    EXPECT_EQ(controls->Ioctl(VIDIOC_G_EXT_CTRLS, &request.list), 0);
-    EXPECT_EQ(request.control.value, 0x00010001);
+    EXPECT_EQ(Request(controls, VIDIOC_G_EXT_CTRLS, control), 0);
+    EXPECT_EQ(control.value, 0x00010001);
 }
 
 TEST(Driver, ControlsCheckIdSizeAndAccess)
 {
-    CameraOptions options;
-    options.form = RequestForm::Controls;
-    DrivenCamera camera(options);
-    std::uint8_t payload[512] = {};
-    struct {
+    const struct {
         unsigned long request;
         std::uint32_t id;
         std::uint32_t size;
         int result;
         std::uint32_t sizeAfter;
     } cases[] = {
-        {VIDIOC_G_EXT_CTRLS, 0x00981003, 464, 0, 464},
         {VIDIOC_G_EXT_CTRLS, 0x00981003, 500, 0, 464},
         {VIDIOC_G_EXT_CTRLS, 0x00981003, 463, -ENOSPC, 464},
         {VIDIOC_G_EXT_CTRLS, 0x00981004, 15, -ENOSPC, 16},
@@ -66,10 +59,15 @@ TEST(Driver, ControlsCheckIdSizeAndAccess)
         {VIDIOC_S_EXT_CTRLS, 0x00981001, 0, -EACCES, 0},
         {VIDIOC_G_EXT_CTRLS, 0x00981005, 16, -EINVAL, 16},
     };
+    DrivenCamera camera(OptionsOf(RequestForm::Controls));
+    std::uint8_t payload[512] = {};
     for (const auto& c : cases) {
-        ControlRequest request(c.id, payload, c.size);
-        EXPECT_EQ(camera->Ioctl(c.request, &request.list), c.result) << c.id << " " << c.size;
-        EXPECT_EQ(request.control.size, c.sizeAfter);
+        v4l2_ext_control control{};
+        control.id = c.id;
+        control.size = c.size;
+        control.ptr = payload;
+        EXPECT_EQ(Request(camera, c.request, control), c.result) << c.id << " " << c.size;
+        EXPECT_EQ(control.size, c.sizeAfter);
     }
 }
 
@@ -77,45 +75,32 @@ TEST(Driver, TransfersFailByLimitAndByNumber)
 {
     CameraOptions options;
     options.maxReadLength = 16;
-    options.misbehaviour.failingTransfers = {{3, EIO}};
-    options.misbehaviour.shortReads = {{4, 5}};
+    options.misbehaviour.shortReads = {{3, 5}};
     DrivenCamera camera(options);
     std::uint8_t data[64] = {};
     EXPECT_EQ(camera->ReadCci(0, data, 16), 16);
     EXPECT_EQ(camera->ReadCci(0, data, 17), -EREMOTEIO);
-    EXPECT_EQ(camera->ReadCci(0, data, 4), -EIO);
     EXPECT_EQ(camera->ReadCci(4, data, 8), 5);
     EXPECT_EQ(camera->ReadCci(CciAddress(isp::kChipVersion), data, 4), -EREMOTEIO);
     EXPECT_EQ(camera->WriteCci(abrm::kModelName, data, 4), -EREMOTEIO);
-    EXPECT_EQ(camera->TransferCount(), 6u);
-    EXPECT_EQ(camera->Transfers().size(), 2u);
 
     std::uint16_t tooLong[131] = {};
     tooLong[129] = 257; // the size
     tooLong[130] = 1;   // a read
-    EXPECT_EQ(camera->Ioctl(kRead, tooLong), -EINVAL);
+    EXPECT_EQ(camera->Ioctl(0xC1064204, tooLong), -EINVAL);
 }
 
 TEST(Isp, BootsWithTheRightImageOnly)
 {
-    const struct {
-        const char* what;
-        std::size_t damagedByte;
-        bool boots;
-    } cases[] = {{"right image", 20'000, true},
-                 {"first stage damaged", 17, false},
-                 {"last byte damaged", 19'999, false}};
-    for (const auto& c : cases) {
+    for (const std::size_t damaged : {std::size_t{17}, TestImage().size() - 1}) {
         std::vector<std::uint8_t> image = TestImage();
-        if (c.damagedByte < image.size())
-            image[c.damagedByte] ^= 1;
+        image[damaged] ^= 1;
         DrivenCamera camera({}, image);
-        EXPECT_EQ(camera.Read(isp::kFirmwareId), 0);
         camera.Boot();
         EXPECT_EQ(camera.Read(isp::kBootDataStage), 0xFFFF);
-        EXPECT_EQ(camera.Read(isp::kBootDataChecksum) == 0xE3C8, c.boots) << c.what;
-        EXPECT_EQ(camera.Read(isp::kFirmwareId) != 0, c.boots) << c.what;
-        EXPECT_EQ(camera.Read(isp::kAtmControl), c.boots ? 1087 : 0) << c.what;
+        EXPECT_NE(camera.Read(isp::kBootDataChecksum), 0xE3C8) << damaged;
+        EXPECT_EQ(camera.Read(isp::kFirmwareId), 0) << damaged;
+        EXPECT_EQ(camera.Read(isp::kAtmControl), 0) << damaged;
     }
 }
 
@@ -145,9 +130,9 @@ TEST(Isp, ResetReturnsToTheBootLoader)
     EXPECT_EQ(camera->WriteCci(ModuleMemory::kRegisterBlock + 0x34, one, 4), 4);
     EXPECT_EQ(camera.Read(isp::kBootDataStage), 0);
     EXPECT_EQ(camera.Read(isp::kFirmwareId), 0);
-    EXPECT_FALSE(camera->IsStreaming());
-    camera.Boot();
-    EXPECT_TRUE(camera->IsStreaming());
+    camera.Boot(false);
+    EXPECT_EQ(camera.Read(isp::kBootDataChecksum), 0xE3C8);
+    EXPECT_FALSE(camera->IsStreaming()) << "without clocks";
 }
 
 TEST(Isp, StallToggleFlipsOnceAndShowsLate)
@@ -163,7 +148,7 @@ TEST(Isp, StallToggleFlipsOnceAndShowsLate)
     EXPECT_EQ(camera.Read(isp::kSysStart), 0x0240) << "bit 9 is the ISP's own";
 }
 
-TEST(Isp, StreamNeedsClocksAndTheBoardsLanes)
+TEST(Isp, StreamNeedsTheBoardsLanes)
 {
     CameraOptions options;
     options.laneCount = 2;
@@ -171,11 +156,6 @@ TEST(Isp, StreamNeedsClocksAndTheBoardsLanes)
     EXPECT_TRUE(camera->IsStreaming());
     camera.Write(isp::kPreviewHostInterface, 4);
     EXPECT_FALSE(camera->IsStreaming());
-
-    DrivenCamera unclocked(options);
-    unclocked.Boot(false);
-    EXPECT_EQ(unclocked.Read(isp::kBootDataChecksum), 0xE3C8);
-    EXPECT_FALSE(unclocked->IsStreaming());
 }
 
 TEST(Isp, AtomicRecordTakesEffectTogether)
@@ -204,17 +184,6 @@ TEST(Isp, AtomicRecordTakesEffectTogether)
     EXPECT_EQ(camera->PeekIsp16(isp::kPreviewRoiX0), 300);
 }
 
-TEST(Isp, AStuckEngineNeverEnds)
-{
-    BootedCamera camera;
-    Misbehaviour stuck;
-    stuck.isDmaStuck = true;
-    camera->SetMisbehaviour(stuck);
-    camera.Write(isp::kDmaControl, 50);
-    for (int i = 0; i < 5; ++i)
-        EXPECT_NE(camera.Read(isp::kDmaControl) & 7, 0);
-}
-
 TEST(Isp, FrameRateIsTheLowerOfCeilingAndReadout)
 {
     BootedCamera camera;
@@ -231,33 +200,6 @@ TEST(Isp, FrameRateIsTheLowerOfCeilingAndReadout)
         camera.Write(isp::kPreviewRoiY1, c.roiY1);
         EXPECT_NEAR(camera->FrameRate(), c.rate, 0.01);
     }
-}
-
-TEST(Isp, ListenerHearsOfChangesOnly)
-{
-    BootedCamera camera;
-    int calls = 0;
-    camera->SetStreamListener([&] { ++calls; });
-    camera.Read(isp::kChipVersion);
-    EXPECT_EQ(calls, 0);
-    camera.ToggleStall();
-    EXPECT_EQ(calls, 1);
-    camera->SetStreamListener({});
-}
-
-TEST(Log, ShowsIspWritesInOrderWithoutBootData)
-{
-    BootedCamera camera;
-    camera->ClearTransfers();
-    camera.Write(isp::kPreviewWidth, 640);
-    camera.Write(isp::kPllReferenceClock, 5, 4);
-    camera.Read(isp::kPreviewWidth);
-    camera->WriteCci(CciAddress(isp::kBootWindow), "ab", 2);
-    const auto writes = camera->IspWrites();
-    ASSERT_EQ(writes.size(), 2u);
-    EXPECT_EQ(writes[0], (IspWrite{isp::kPreviewWidth, {2, 128}}));
-    EXPECT_EQ(writes[1].Value(), 5u);
-    EXPECT_EQ(camera->IspReadCount(), 1u);
 }
 
 } // namespace

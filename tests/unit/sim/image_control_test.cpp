@@ -1,8 +1,6 @@
 // Registers of the ISP and what they do to the picture.
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "shown_camera.h"
 
 namespace zevo_sim
@@ -35,14 +33,13 @@ TEST(ImageControls, SharpeningKeepsFlatPlacesAndColours)
 {
     ShownCamera camera;
     const Picture plain = camera.Shoot();
-    camera.Write(kSharpenValue, Fixed(7.99, 12));
-    const Picture sharp = camera.Shoot();
-    for (const ChartPoint& point : kChartPoints) {
-        EXPECT_EQ(sharp.At(point.x, point.y).y, plain.At(point.x, point.y).y) << point.x;
-        EXPECT_EQ(sharp.At(point.x, point.y).cr, plain.At(point.x, point.y).cr) << point.x;
+    for (const double value : {7.99, -4.0}) {
+        camera.Write(kSharpenValue, Fixed(value, 12));
+        const Picture sharp = camera.Shoot();
+        EXPECT_FALSE(sharp == plain) << value;
+        for (const ChartPoint& point : kChartPoints)
+            ExpectColour(sharp.At(point.x, point.y), plain.At(point.x, point.y), "flat place");
     }
-    camera.Write(kSharpenValue, Fixed(-4, 12));
-    EXPECT_LT(camera.Shoot().Edges(), plain.Edges() * 0.8) << "softer";
 }
 
 /// As a pattern is switched on: everything that would change it out of the way.
@@ -57,70 +54,47 @@ void NeutraliseForPattern(ShownCamera& camera)
     camera.Write(kAtmControl, 0);
 }
 
-void ExpectGrey(const Yuv& pixel, int level, const std::string& what)
-{
-    EXPECT_NEAR(pixel.y,
-                ToYuv({static_cast<std::uint8_t>(level), static_cast<std::uint8_t>(level),
-                       static_cast<std::uint8_t>(level)})
-                    .y,
-                2)
-        << what;
-    EXPECT_NEAR(pixel.cb, 128, 1) << what;
-    EXPECT_NEAR(pixel.cr, 128, 1) << what;
-}
-
 TEST(TestPattern, EachModeHasItsPicture)
 {
+    const struct {
+        const char* what;
+        std::uint16_t mode;
+        int x;
+        int y;
+        Colour colour;
+        int tolerance;
+    } cases[] = {
+        {"one colour", 1, 1000, 1000, {255, 128, 64}, 0},
+        {"bars", 2, 162, 1000, kBars[0], 0},
+        {"bars", 2, 1787, 1000, kBars[5], 0},
+        {"fading bars", 3, 1787, 100, {248, 6, 6}, 2},
+        {"fading bars", 3, 1787, 1944, {128, 128, 128}, 2},
+        {"ramp to the right", 4, 1300, 700, {127, 127, 127}, 2},
+        {"ramp downwards", 5, 700, 976, {127, 127, 127}, 2},
+        {"grid line", 6, 502, 750, kWhite, 2},
+        {"between grid lines", 6, 550, 750, kBlack, 2},
+        {"white square", 7, 32, 928, kWhite, 2},
+        {"black square", 7, 96, 928, kBlack, 2},
+        {"ramps of colours", 10, 2500, 1900, {245, 248, 9}, 2},
+        {"no such pattern", 15, 700, 976, kBlack, 2},
+    };
     ShownCamera camera;
     const Picture scene = camera.Shoot();
     NeutraliseForPattern(camera);
-    const auto show = [&](unsigned mode) {
-        camera.Write(kSensorSelect, mode << 8);
-        return camera.ShootSettled();
-    };
-    const Picture bars = show(2);
-    for (std::size_t i = 0; i < std::size(kBars); ++i) {
-        const Yuv expected = ToYuv(kBars[i]);
-        const Yuv pixel = bars.At(162 + static_cast<int>(i) * 325, 1000);
-        EXPECT_EQ(pixel.y, expected.y) << i;
-        EXPECT_EQ(pixel.cb, expected.cb) << i;
-        EXPECT_EQ(pixel.cr, expected.cr) << i;
+    camera.Write(kPatternRed, 0xFF00);
+    camera.Write(kPatternGreenRed, 0x8000);
+    camera.Write(kPatternGreenBlue, 0x8000);
+    camera.Write(kPatternBlue, 0x4000);
+    for (const auto& c : cases) {
+        camera.Write(kSensorSelect, static_cast<std::uint16_t>(c.mode << 8));
+        ExpectColour(camera.ShootSettled().At(c.x, c.y), ToYuv(c.colour), c.what, c.tolerance);
     }
-    const Picture fading = show(3);
-    EXPECT_NEAR(fading.At(1787, 100).cr, ToYuv({248, 6, 6}).cr, 2);
-    ExpectGrey(fading.At(1787, 1944), 128, "fades to grey");
-    ExpectGrey(show(4).At(1300, 700), 127, "ramp to the right");
-    ExpectGrey(show(5).At(700, 976), 127, "ramp downwards");
-    ExpectGrey(show(6).At(502, 750), 255, "grid line");
-    ExpectGrey(show(6).At(550, 750), 0, "between grid lines");
-    ExpectGrey(show(7).At(32, 928), 255, "white square");
-    ExpectGrey(show(7).At(96, 928), 0, "black square");
-    EXPECT_GT(show(8).Edges(), 30) << "noise";
-    EXPECT_NEAR(show(10).At(2500, 1900).cb, ToYuv({245, 248, 9}).cb, 2);
-    ExpectGrey(show(15).At(700, 976), 0, "no such pattern");
-
     camera.Write(kSensorSelect, 0x0A01);
     camera.Write(kAeControl, 0x028C);
     camera.Write(kAwbControl, 0x110F);
     camera.Write(kGamma, 0);
     camera.Write(kAtmControl, 1087);
     EXPECT_TRUE(camera.ShootSettled() == scene) << "a sensor is chosen again";
-}
-
-TEST(TestPattern, OneColourComesFromItsRegisters)
-{
-    ShownCamera camera;
-    NeutraliseForPattern(camera);
-    camera.Write(kPatternRed, 0xFF00);
-    camera.Write(kPatternGreenRed, 0x8000);
-    camera.Write(kPatternGreenBlue, 0x8000);
-    camera.Write(kPatternBlue, 0x4000);
-    camera.Write(kSensorSelect, 0x0100);
-    const Yuv pixel = camera.ShootSettled().At(1000, 1000);
-    const Yuv expected = ToYuv({255, 128, 64});
-    EXPECT_EQ(pixel.y, expected.y);
-    EXPECT_EQ(pixel.cb, expected.cb);
-    EXPECT_EQ(pixel.cr, expected.cr);
 }
 
 TEST(TestPattern, ShowsWhatIsNotOutOfTheWay)

@@ -3,14 +3,13 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <stdexcept>
 #include <vector>
 
 #include "camera_fixture.h"
-#include "sim/core/colour_stage.h"
+#include "pixels.h"
 #include "sim/core/frame_painter.h"
 
 namespace zevo_sim
@@ -32,33 +31,12 @@ public:
     {
         const auto column = static_cast<unsigned>(x) * kWidth / kSensorPixelsX;
         const auto row = static_cast<unsigned>(y) * kHeight / kSensorPixelsY;
-        const std::size_t blue = BlueOffset(kLayout, kWidth, kHeight, column, row);
-        return {bytes_[LumaOffset(kLayout, kWidth, column, row)], bytes_[blue], bytes_[blue + 2]};
-    }
-
-    double Mean() const
-    {
-        return Average([&](std::size_t i) { return Luma(i); });
-    }
-    double Edges() const
-    {
-        return Average([&](std::size_t i) { return i == 0 ? 0 : std::abs(Luma(i) - Luma(i - 1)); });
+        return PixelAt(bytes_, kLayout, kWidth, kHeight, column, row);
     }
 
     static constexpr FrameLayout kLayout = FrameLayout::Uyvy;
 
 private:
-    int Luma(std::size_t pixel) const { return bytes_[2 * pixel + 1]; }
-
-    template <typename Function>
-    static double Average(Function function)
-    {
-        double sum = 0;
-        for (std::size_t i = 0; i < std::size_t{kWidth} * kHeight; ++i)
-            sum += function(i);
-        return sum / (kWidth * kHeight);
-    }
-
     std::vector<std::uint8_t> bytes_;
 };
 

@@ -11,39 +11,32 @@ namespace
 using namespace isp;
 
 constexpr std::uint16_t kSensorMode = 0x301A;
-constexpr std::uint16_t kStreamBit = 0x0004;
 
-std::uint32_t SensorAddress(DrivenCamera& camera, std::uint16_t address)
+std::uint32_t SensorMode(DrivenCamera& camera)
 {
-    return std::uint32_t{camera.Read(kPrimarySensorSip)} << 16 | address;
+    return std::uint32_t{camera.Read(kPrimarySensorSip)} << 16 | kSensorMode;
 }
 
-void WaitForEngine(DrivenCamera& camera)
+void WriteSensor(DrivenCamera& camera, std::uint32_t address, std::uint16_t value,
+                 std::uint32_t size = 2, std::uint16_t control = 769)
 {
+    camera.Write(kDmaSize, size, 4);
+    camera.Write(kDmaSource, value, 4);
+    camera.Write(kDmaDestination, address, 4);
+    camera.Write(kDmaControl, control);
     for (int i = 0; i < 5 && (camera.Read(kDmaControl) & kDmaModeMask) != 0; ++i) {
     }
     EXPECT_EQ(camera.Read(kDmaControl) & kDmaModeMask, 0);
 }
 
-void WriteSensor(DrivenCamera& camera, std::uint16_t address, std::uint16_t value)
-{
-    camera.Write(kDmaSize, 2, 4);
-    camera.Write(kDmaSource, value, 4);
-    camera.Write(kDmaDestination, SensorAddress(camera, address), 4);
-    camera.Write(kDmaControl, 769);
-    WaitForEngine(camera);
-}
-
-TEST(Dma, MovesWordsToAndFroWhenItIsDone)
+TEST(Dma, HasReadWhenItIsDone)
 {
     CameraOptions options;
     options.misbehaviour.dmaReads = 2;
     BootedCamera camera(options);
     camera->PokeSensor(kSensorMode, 0x1234);
-    EXPECT_NE(SensorAddress(camera, 0) & kSipWideData << 16, 0u);
-
     camera.Write(kDmaSize, 2, 4);
-    camera.Write(kDmaSource, SensorAddress(camera, kSensorMode), 4);
+    camera.Write(kDmaSource, SensorMode(camera), 4);
     camera.Write(kDmaDestination, kDmaDestination, 4);
     camera.Write(kDmaControl, 50);
     for (int i = 0; i < 2; ++i) {
@@ -53,11 +46,14 @@ TEST(Dma, MovesWordsToAndFroWhenItIsDone)
     EXPECT_EQ(camera.Read(kDmaControl), 0x0030);
     EXPECT_EQ(camera.Read(kDmaDestination), 0x1234);
 
-    WriteSensor(camera, kSensorMode, 0xBEEF);
-    EXPECT_EQ(camera->PeekSensor(kSensorMode), 0xBEEF);
+    options.misbehaviour.isDmaStuck = true;
+    camera->SetMisbehaviour(options.misbehaviour);
+    camera.Write(kDmaControl, 50);
+    for (int i = 0; i < 5; ++i)
+        EXPECT_NE(camera.Read(kDmaControl) & kDmaModeMask, 0) << "stuck";
 }
 
-TEST(Dma, TransfersThatNameNothingEndAndMoveNothing)
+TEST(Dma, WritesNothingThatIsNamedWrongly)
 {
     const struct {
         const char* what;
@@ -74,63 +70,55 @@ TEST(Dma, TransfersThatNameNothingEndAndMoveNothing)
     for (const auto& c : cases) {
         BootedCamera camera;
         camera->PokeSensor(kSensorMode, 0x1234);
-        camera.Write(kDmaSize, c.size, 4);
-        camera.Write(kDmaSource, 0xBEEF, 4);
-        camera.Write(kDmaDestination, SensorAddress(camera, kSensorMode) ^ c.otherSensor, 4);
-        camera.Write(kDmaControl, c.control);
-        WaitForEngine(camera);
+        WriteSensor(camera, SensorMode(camera) ^ c.otherSensor, 0xBEEF, c.size, c.control);
         EXPECT_EQ(camera->PeekSensor(kSensorMode), c.result) << c.what;
     }
 }
 
-void DriveLine(DrivenCamera& camera, bool isHigh)
+/// A camera that waits for software triggers.
+class TriggeredCamera : public BootedCamera
 {
-    camera.Write(kAdvancedBase, kGpioOutputWord, 4);
-    camera.Write(kAdvancedWindow, isHigh ? 1 << 10 : 0, 4);
-}
+public:
+    TriggeredCamera()
+    {
+        Write(kSoftwareTriggerGpio, 10, 4);
+        DriveLine(false);
+        Write(kTriggerControl, 0x0083);
+        Write(kTriggerControl2, 0);
+        Write(kTriggerStallingThreshold, 0);
+        WriteSensor(*this, SensorMode(*this), 0x2058);
+    }
 
-void SwitchTriggerOn(DrivenCamera& camera)
-{
-    camera.Write(kSoftwareTriggerGpio, 10, 4);
-    DriveLine(camera, false);
-    camera.Write(kTriggerControl, 0x0083);
-    camera.Write(kTriggerControl2, 0);
-    camera.Write(kTriggerStallingThreshold, 0);
-    WriteSensor(camera, kSensorMode, 0x2058);
-}
+    void DriveLine(bool isHigh)
+    {
+        Write(kAdvancedBase, kGpioOutputWord, 4);
+        Write(kAdvancedWindow, isHigh ? 1 << 10 : 0, 4);
+    }
 
-int CountFrames(DrivenCamera& camera)
-{
-    int frames = 0;
-    while (frames < 10 && camera->SendFrame())
-        ++frames;
-    return frames;
-}
+    int CountFrames()
+    {
+        int frames = 0;
+        while (frames < 10 && (*this)->SendFrame())
+            ++frames;
+        return frames;
+    }
+};
 
 TEST(Trigger, EachSoftwareTriggerGivesOneFrame)
 {
-    BootedCamera camera;
-    EXPECT_EQ(CountFrames(camera), 10);
-    SwitchTriggerOn(camera);
-    EXPECT_FALSE(camera->CanSend()) << "nothing is connected to the line";
-    DriveLine(camera, true);
-    DriveLine(camera, false);
-    EXPECT_EQ(CountFrames(camera), 1) << "a pulse";
-    DriveLine(camera, true);
-    EXPECT_EQ(CountFrames(camera), 1) << "a level that is written again each time";
-    DriveLine(camera, true);
-    DriveLine(camera, true);
-    EXPECT_EQ(CountFrames(camera), 2);
+    TriggeredCamera camera;
+    EXPECT_EQ(camera.CountFrames(), 0) << "nothing is connected to the line";
+    camera.DriveLine(true);
+    camera.DriveLine(false);
+    EXPECT_EQ(camera.CountFrames(), 1) << "a pulse";
+    camera.DriveLine(true);
+    camera.DriveLine(true);
+    EXPECT_EQ(camera.CountFrames(), 2) << "a level that is written again each time";
     EXPECT_EQ(camera.Read(kAdvancedWindow + 2), 1 << 10);
     camera.Write(kAdvancedBase, 0x00100000, 4);
     EXPECT_EQ(camera.Read(kAdvancedWindow + 2), 0) << "another block in the window";
     camera.Write(kAdvancedWindow, 1 << 10, 4);
-    EXPECT_EQ(CountFrames(camera), 0);
-
-    camera.Write(kTriggerControl, 0x0084);
-    EXPECT_EQ(CountFrames(camera), 0) << "the sensor is still at rest";
-    WriteSensor(camera, kSensorMode, 0x2058 | kStreamBit);
-    EXPECT_EQ(CountFrames(camera), 10);
+    EXPECT_EQ(camera.CountFrames(), 0);
 }
 
 TEST(Trigger, NeedsAllItsRegisters)
@@ -152,48 +140,44 @@ TEST(Trigger, NeedsAllItsRegisters)
         {"another line", kSoftwareTriggerGpio + 2, 11, 0},
     };
     for (const auto& c : cases) {
-        BootedCamera camera;
-        SwitchTriggerOn(camera);
+        TriggeredCamera camera;
         camera.Write(c.address, c.value);
-        DriveLine(camera, true);
-        EXPECT_EQ(CountFrames(camera), c.frames) << c.what;
+        camera.DriveLine(true);
+        EXPECT_EQ(camera.CountFrames(), c.frames) << c.what;
     }
 }
 
 TEST(Trigger, AnInvertedLineTriggersWhenItFalls)
 {
-    BootedCamera camera;
-    SwitchTriggerOn(camera);
+    TriggeredCamera camera;
     camera.Write(kTriggerControl, 0x0483);
-    DriveLine(camera, false);
-    EXPECT_EQ(CountFrames(camera), 0);
-    DriveLine(camera, true);
-    EXPECT_EQ(CountFrames(camera), 0);
-    DriveLine(camera, false);
-    EXPECT_EQ(CountFrames(camera), 1);
+    camera.DriveLine(false);
+    EXPECT_EQ(camera.CountFrames(), 0);
+    camera.DriveLine(true);
+    EXPECT_EQ(camera.CountFrames(), 0);
+    camera.DriveLine(false);
+    EXPECT_EQ(camera.CountFrames(), 1);
 }
 
 TEST(Trigger, DoesNothingWhileTheStreamIsStalled)
 {
-    BootedCamera camera;
-    SwitchTriggerOn(camera);
-    DriveLine(camera, true);
+    TriggeredCamera camera;
+    camera.DriveLine(true);
     camera.ToggleStallAndWait();
-    EXPECT_EQ(CountFrames(camera), 0);
-    DriveLine(camera, true);
+    EXPECT_EQ(camera.CountFrames(), 0);
+    camera.DriveLine(true);
     camera.ToggleStallAndWait();
-    EXPECT_EQ(CountFrames(camera), 0) << "neither is kept";
-    DriveLine(camera, true);
-    EXPECT_EQ(CountFrames(camera), 1);
+    EXPECT_EQ(camera.CountFrames(), 0) << "neither is kept";
+    camera.DriveLine(true);
+    EXPECT_EQ(camera.CountFrames(), 1);
 }
 
 TEST(Trigger, ATriggeredFrameHasTheExposureOfItsTrigger)
 {
-    BootedCamera camera;
-    SwitchTriggerOn(camera);
+    TriggeredCamera camera;
     camera.Write(kAeControl, 0x0280);
     camera.Write(kAeManualExposureTime, 5'000, 4);
-    DriveLine(camera, true);
+    camera.DriveLine(true);
     EXPECT_TRUE(camera->SendFrame());
     EXPECT_EQ(camera->PeekIsp32(kAeExposureTime), 5'000u);
 }
