@@ -78,9 +78,9 @@ public:
         return static_cast<const std::uint8_t*>(mappings_.back().first);
     }
     /// Format, buffers, all of them queued, stream on. The results summed up.
-    int Start(unsigned buffers = 4)
+    int Start(unsigned buffers = 4, std::uint32_t fourcc = V4L2_PIX_FMT_UYVY)
     {
-        int result = SetFormat() | Request(buffers);
+        int result = SetFormat(96, 104, fourcc) | Request(buffers);
         for (unsigned i = 0; i < buffers; ++i)
             result |= Queue(i);
         return result | Stream(true);
