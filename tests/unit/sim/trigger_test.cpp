@@ -172,15 +172,5 @@ TEST(Trigger, DoesNothingWhileTheStreamIsStalled)
     EXPECT_EQ(camera.CountFrames(), 1);
 }
 
-TEST(Trigger, ATriggeredFrameHasTheExposureOfItsTrigger)
-{
-    TriggeredCamera camera;
-    camera.Write(kAeControl, 0x0280);
-    camera.Write(kAeManualExposureTime, 5'000, 4);
-    camera.DriveLine(true);
-    EXPECT_TRUE(camera->SendFrame());
-    EXPECT_EQ(camera->PeekIsp32(kAeExposureTime), 5'000u);
-}
-
 } // namespace
 } // namespace zevo_sim

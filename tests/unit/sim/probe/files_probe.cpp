@@ -11,9 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
 #include <fstream>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -31,11 +29,11 @@ constexpr char kConnection[] = "/proc/device-tree/soc@0/*/*/tolmen_camera@36/csi
 
 TEST(Opening, EveryFormLeadsToTheBoard)
 {
-    using Open = std::function<int(const char*)>;
-    struct {
+    const struct {
         const char* name;
-        Open open;
+        int (*open)(const char*);
     } forms[] = {
+        // clang-format off
         {"open", [](const char* path) { return open(path, O_RDWR); }},
         {"open64", [](const char* path) { return open64(path, O_RDWR); }},
         {"openat", [](const char* path) { return openat(AT_FDCWD, path, O_RDWR); }},
@@ -44,6 +42,7 @@ TEST(Opening, EveryFormLeadsToTheBoard)
         {"__open64_2", [](const char* path) { return __open64_2(path, O_RDWR); }},
         {"__openat_2", [](const char* path) { return __openat_2(AT_FDCWD, path, O_RDWR); }},
         {"__openat64_2", [](const char* path) { return __openat64_2(AT_FDCWD, path, O_RDWR); }},
+        // clang-format on
     };
     for (const auto& form : forms) {
         for (const char* path : {"/dev/video0", "/dev//./video1", "/dev/../dev/media0"}) {
@@ -78,51 +77,40 @@ TEST(Opening, ForeignFilesPassWithErrnoUntouched)
     close(mkstemp(name));
     unlink(name);
     errno = 77;
+    const mode_t mask = umask(022);
     const int fd = open(name, O_RDWR | O_CREAT, 0640);
+    umask(mask);
     ASSERT_GE(fd, 0);
     struct stat status;
     EXPECT_EQ(fstat(fd, &status), 0);
-    EXPECT_EQ(
-        status.st_mode & 0777, 0640u & ~[] {
-            const mode_t mask = umask(0);
-            umask(mask);
-            return mask;
-        }());
+    EXPECT_EQ(status.st_mode & 0777, 0640u);
     EXPECT_EQ(close(fd), 0);
-    EXPECT_EQ(access(name, R_OK), 0);
     EXPECT_EQ(errno, 77);
     unlink(name);
 }
 
 TEST(Reading, EveryReaderSeesTheFile)
 {
-    const std::string expected = "i.MX8MP";
     for (const auto open : {&fopen, &fopen64}) {
         FILE* file = open(kSocId, "r");
         ASSERT_NE(file, nullptr);
-        char* line = nullptr;
-        std::size_t size = 0;
-        EXPECT_EQ(getline(&line, &size, file), 8);
-        EXPECT_EQ(std::string(line), expected + "\n");
-        free(line);
+        char line[32] = {};
+        EXPECT_STREQ(fgets(line, sizeof(line), file), "i.MX8MP\n");
+        EXPECT_EQ(fgets(line, sizeof(line), file), nullptr);
         EXPECT_EQ(fclose(file), 0);
     }
-    std::ifstream stream(kSocId);
     std::string line;
-    EXPECT_TRUE(std::getline(stream, line));
-    EXPECT_EQ(line, expected);
-    EXPECT_FALSE(std::getline(stream, line));
+    EXPECT_TRUE(std::getline(std::ifstream(kSocId), line));
+    EXPECT_EQ(line, "i.MX8MP");
 
     const int fd = open(kSocId, O_RDONLY);
-    char bytes[32] = {};
-    EXPECT_EQ(read(fd, bytes, sizeof(bytes)), 8);
+    char bytes[2] = {};
     EXPECT_EQ(lseek(fd, 2, SEEK_SET), 2);
     EXPECT_EQ(read(fd, bytes, 2), 2);
     EXPECT_EQ(std::string(bytes, 2), "MX");
     close(fd);
     EXPECT_EQ(fopen(kSocId, "r+"), nullptr);
     EXPECT_EQ(errno, EACCES);
-    EXPECT_FALSE(std::ifstream("/sys/module/tegra_fuse/parameters/tegra_chip_id"));
 }
 
 TEST(Asking, StatusTellsKindAndNumber)
@@ -147,19 +135,15 @@ TEST(Asking, StatusTellsKindAndNumber)
     EXPECT_EQ(access("/dev/video0", R_OK | W_OK), 0);
     EXPECT_EQ(access(kSocId, W_OK), -1);
     EXPECT_EQ(faccessat(AT_FDCWD, "/dev/video4", F_OK, 0), -1);
-    EXPECT_TRUE(std::filesystem::is_character_file("/dev/video0"));
-    EXPECT_FALSE(std::filesystem::exists("/dev/video9"));
 }
 
 template <typename Glob, typename Expand, typename Free>
-std::vector<std::string> Expanded(Expand expand, Free release, const char* pattern, int flags = 0)
+std::vector<std::string> Expanded(Expand expand, Free release, const char* pattern)
 {
     Glob matches{};
-    const int result = expand(pattern, flags, nullptr, &matches);
+    const int result = expand(pattern, GLOB_BRACE, nullptr, &matches);
     EXPECT_TRUE(result == 0 || result == GLOB_NOMATCH);
-    std::vector<std::string> paths;
-    for (std::size_t i = 0; result == 0 && i < matches.gl_pathc; ++i)
-        paths.emplace_back(matches.gl_pathv[i]);
+    const std::vector<std::string> paths(matches.gl_pathv, matches.gl_pathv + matches.gl_pathc);
     EXPECT_EQ(matches.gl_flags & GLOB_ALTDIRFUNC, 0);
     release(&matches);
     return paths;
@@ -167,13 +151,11 @@ std::vector<std::string> Expanded(Expand expand, Free release, const char* patte
 
 TEST(Expanding, PatternsMatchTheBoardsPaths)
 {
-    using Paths = std::vector<std::string>;
-    struct {
+    const struct {
         const char* pattern;
-        Paths paths;
+        std::vector<std::string> paths;
     } cases[] = {
-        {"/dev/media*", {"/dev/media0"}},
-        {"/dev/video*", {"/dev/video0", "/dev/video1"}},
+        {"/dev/{media,video}*", {"/dev/media0", "/dev/video0", "/dev/video1"}},
         {"/dev/video[1-9]", {"/dev/video1"}},
         {"/d*v/video0", {"/dev/video0"}},
         {"/dev/video0", {"/dev/video0"}},
@@ -182,14 +164,12 @@ TEST(Expanding, PatternsMatchTheBoardsPaths)
         {kConnection,
          {"/proc/device-tree/soc@0/bus@30800000/i2c@30a30000/tolmen_camera@36/csi_id",
           "/proc/device-tree/soc@0/bus@30800000/i2c@30a40000/tolmen_camera@36/csi_id"}},
-        {"/etc/passw[d]", {"/etc/passwd"}},
         {"/dev/nul[l]", {"/dev/null"}},
     };
     for (const auto& c : cases) {
         EXPECT_EQ((Expanded<glob_t>(glob, globfree, c.pattern)), c.paths) << c.pattern;
         EXPECT_EQ((Expanded<glob64_t>(glob64, globfree64, c.pattern)), c.paths) << c.pattern;
     }
-    EXPECT_EQ((Expanded<glob_t>(glob, globfree, "/dev/{media,video}0", GLOB_BRACE)).size(), 2u);
 }
 
 TEST(Listing, ShowsTheBoardAndTheRestOfTheHost)
@@ -206,16 +186,10 @@ TEST(Listing, ShowsTheBoardAndTheRestOfTheHost)
         EXPECT_EQ(std::count(names.begin(), names.end(), name), count) << name;
 
     dirent** list = nullptr;
-    const int count = scandir("/sys/devices/soc0", &list, nullptr, alphasort);
-    ASSERT_EQ(count, 1);
+    ASSERT_EQ(scandir("/sys/devices/soc0", &list, nullptr, alphasort), 1);
     EXPECT_STREQ(list[0]->d_name, "soc_id");
     free(list[0]);
     free(list);
-
-    unsigned nodes = 0;
-    for (const auto& entry : std::filesystem::directory_iterator("/dev"))
-        nodes += entry.path().filename().string().rfind("video", 0) == 0 ? 1 : 0;
-    EXPECT_EQ(nodes, 2u);
 }
 
 TEST(KernelLog, GoesToTheFile)

@@ -43,29 +43,26 @@ TEST(Threads, CancelledInForeignCallsEndAsEver)
 {
     const int node = open("/dev/video0", O_RDWR);
     ASSERT_GE(node, 0);
-    for (const bool usesPoll : {true, false}) {
-        int ends[2];
-        ASSERT_EQ(pipe(ends), 0);
+    const auto waitInPoll = [](void* fd) -> void* {
+        pollfd entry{*static_cast<int*>(fd), POLLIN, 0};
+        return poll(&entry, 1, -1) == 1 ? fd : nullptr;
+    };
+    const auto waitInRead = [](void* fd) -> void* {
+        char byte;
+        return read(*static_cast<int*>(fd), &byte, 1) == 1 ? fd : nullptr;
+    };
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    for (void* (*wait)(void*) : {+waitInPoll, +waitInRead}) {
         pthread_t thread;
-        const auto waitInPoll = [](void* argument) -> void* {
-            pollfd entry{*static_cast<int*>(argument), POLLIN, 0};
-            poll(&entry, 1, -1);
-            return nullptr;
-        };
-        const auto waitInRead = [](void* argument) -> void* {
-            char byte;
-            return read(*static_cast<int*>(argument), &byte, 1) == 1 ? argument : nullptr;
-        };
-        ASSERT_EQ(usesPoll ? pthread_create(&thread, nullptr, waitInPoll, &ends[0])
-                           : pthread_create(&thread, nullptr, waitInRead, &ends[0]),
-                  0);
+        ASSERT_EQ(pthread_create(&thread, nullptr, wait, &ends[0]), 0);
         EXPECT_EQ(pthread_cancel(thread), 0);
         void* result = nullptr;
         EXPECT_EQ(pthread_join(thread, &result), 0);
         EXPECT_EQ(result, PTHREAD_CANCELED);
-        close(ends[0]);
-        close(ends[1]);
     }
+    close(ends[0]);
+    close(ends[1]);
     close(node);
 }
 
