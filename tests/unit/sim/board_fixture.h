@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <sys/mman.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,37 +16,47 @@
 namespace zevo_sim
 {
 
+/// Drives the ISP of its first camera.
 class TestBoard : public DrivenIsp
 {
 public:
     explicit TestBoard(const std::string& options, Pace pace = Pace::Manual)
-        : DrivenIsp([this](std::uint16_t address, const void* data,
-                           std::size_t size) { return GetCamera().WriteCci(address, data, size); },
-                    TestImage()),
-          board_(BoardOptions::FromText(options), TestImage(), pace)
+        : TestBoard(std::make_unique<Board>(BoardOptions::FromText(options), TestImage(), pace))
     {
     }
 
-    Board* operator->() { return &board_; }
-    CaptureNode& Node() { return board_.GetCaptureNode(0); }
-    Camera& GetCamera() { return board_.GetCamera(0); }
+    Board& operator*() { return *board_; }
+    Board* operator->() { return board_.get(); }
+    CaptureNode& Node() { return board_->GetCaptureNode(0); }
 
-    /// Boots the first camera; its stream runs, with a picture of that size.
+    /// The stream runs, with a picture of that size.
     void Boot(std::uint16_t width, std::uint16_t height)
     {
-        DrivenIsp::Boot(GetCamera().Options().laneCount);
+        DrivenIsp::Boot();
         SetPicture(width, height);
     }
 
+    void SetPicture(std::uint16_t width, std::uint16_t height)
+    {
+        Write(isp::kPreviewWidth, width);
+        Write(isp::kPreviewHeight, height);
+    }
+
 private:
-    Board board_;
+    explicit TestBoard(std::unique_ptr<Board> board)
+        : DrivenIsp(board->GetCamera(0)), board_(std::move(board))
+    {
+    }
+
+    std::unique_ptr<Board> board_;
 };
 
 /// One program's descriptor on a node.
 class Program : public CaptureCalls
 {
 public:
-    Program(Board& board, const char* path, int flags = O_RDWR | O_NONBLOCK)
+    explicit Program(Board& board, const char* path = "/dev/video0",
+                     int flags = O_RDWR | O_NONBLOCK)
         : CaptureCalls([this](unsigned long request, void* argument) {
               return board_.Ioctl(fd_, request, argument);
           }),

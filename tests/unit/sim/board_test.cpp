@@ -21,8 +21,8 @@ TEST(Options, SurviveTheEnvironment)
     EXPECT_EQ(options.ToText(), text);
     EXPECT_EQ(options.serial, "A;B=%41\nC");
     TestBoard board(text);
-    EXPECT_EQ(board.GetCamera().Options().light.level, 0.25);
-    EXPECT_EQ(board.GetCamera().Options().light.temperature, 2800);
+    EXPECT_EQ(board->GetCamera(0).Options().light.level, 0.25);
+    EXPECT_EQ(board->GetCamera(0).Options().light.temperature, 2800);
 }
 
 TEST(Options, RefuseWhatMakesNoSense)
@@ -123,7 +123,7 @@ struct Graph {
 TEST(Topology, NumbersAndOrderAreTheKernels)
 {
     TestBoard board("board=imx8mp");
-    Program media(*board.operator->(), "/dev/media0", O_RDWR);
+    Program media(*board, "/dev/media0", O_RDWR);
     const Graph graph = Graph::Read(media);
     EXPECT_EQ(graph.entities.front().function, unsigned{MEDIA_ENT_F_IO_V4L});
     EXPECT_EQ(graph.entities.back().function, unsigned{MEDIA_ENT_F_CAM_SENSOR});

@@ -95,8 +95,8 @@ TEST(Isp, BootsWithTheRightImageOnly)
     for (const std::size_t damaged : {std::size_t{17}, TestImage().size() - 1}) {
         std::vector<std::uint8_t> image = TestImage();
         image[damaged] ^= 1;
-        DrivenCamera camera({}, image);
-        camera.Boot();
+        DrivenCamera camera;
+        camera.Boot(true, image);
         EXPECT_EQ(camera.Read(isp::kBootDataStage), 0xFFFF);
         EXPECT_NE(camera.Read(isp::kBootDataChecksum), 0xE3C8) << damaged;
         EXPECT_EQ(camera.Read(isp::kFirmwareId), 0) << damaged;

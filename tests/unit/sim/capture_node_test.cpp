@@ -32,7 +32,7 @@ protected:
     CaptureNodeTest() { board.Boot(kWidth, kHeight); }
 
     TestBoard board{std::string("board=generic;planes=") + GetParam()};
-    Program program{*board.operator->(), kVideo};
+    Program program{*board};
 };
 
 INSTANTIATE_TEST_SUITE_P(Planes, CaptureNodeTest, testing::Values("single", "multi"));
@@ -70,7 +70,7 @@ TEST_P(CaptureNodeTest, ReadinessFollowsTheState)
     for (const auto& c : cases) {
         TestBoard other(std::string("board=generic;planes=") + GetParam());
         other.Boot(kWidth, kHeight);
-        Program user(*other.operator->(), kVideo);
+        Program user(*other);
         for (const Step step : c.steps)
             step(other, user);
         EXPECT_EQ(user.Poll(POLLIN | POLLPRI), c.poll) << c.what;
@@ -179,7 +179,7 @@ TEST_P(CaptureNodeTest, MappingChecksItsArguments)
     EXPECT_EQ(map(program.Length(), all, MAP_PRIVATE, offset), -EINVAL);
     EXPECT_EQ(map(program.Length(), all, MAP_SHARED, offset + 4096), -EINVAL);
     EXPECT_EQ(map(program.Length() + 8192, all, MAP_SHARED, offset), -EINVAL);
-    Program reader(*board.operator->(), kVideo, O_RDONLY);
+    Program reader(*board, kVideo, O_RDONLY);
     EXPECT_EQ(board->Map(reader.Fd(), nullptr, 4096, all, MAP_SHARED, 0), -EACCES);
 }
 
@@ -187,7 +187,7 @@ TEST_P(CaptureNodeTest, SecondDescriptorIsKeptOut)
 {
     ASSERT_EQ(program.SetFormat(), 0);
     ASSERT_EQ(program.Request(4), 0);
-    auto second = std::make_unique<Program>(*board.operator->(), kVideo);
+    auto second = std::make_unique<Program>(*board);
     EXPECT_EQ(second->SetFormat(), -EBUSY);
     EXPECT_EQ(second->Request(4), -EBUSY);
     EXPECT_EQ(second->Request(0), -EBUSY);
@@ -203,7 +203,7 @@ TEST_P(CaptureNodeTest, SecondDescriptorIsKeptOut)
 
 TEST_P(CaptureNodeTest, ClosingStopsAndFrees)
 {
-    auto owner = std::make_unique<Program>(*board.operator->(), kVideo);
+    auto owner = std::make_unique<Program>(*board);
     ASSERT_EQ(owner->Start(), 0);
     const int copy = dup(owner->Fd());
     owner.reset();
@@ -250,7 +250,7 @@ TEST(CaptureFormats, NodeAndIspHaveToAgree)
         TestBoard board("board=imx8mm");
         board.Boot(kWidth, kHeight);
         board.Write(isp::kPreviewOutFormat, c.outputFormat);
-        Program program(*board.operator->(), kVideo);
+        Program program(*board);
         ASSERT_EQ(program.Start(2, c.fourcc), 0);
         EXPECT_EQ(board.Node().FrameTime(), c.isReceived) << c.outputFormat;
         EXPECT_EQ(program.Dequeue(), c.isReceived ? 0 : -EAGAIN);
@@ -261,7 +261,7 @@ TEST(CaptureFormats, LinesAreFilledUpWhereTheBoardAsksForIt)
 {
     TestBoard board("board=nvidia-tx2");
     board.Boot(kWidth, kHeight);
-    Program program(*board.operator->(), kVideo);
+    Program program(*board);
     ASSERT_EQ(program.Start(2), 0);
     const std::uint8_t* memory = program.Map(0);
     EXPECT_EQ(program.Length(), 256 * kHeight);
@@ -276,7 +276,7 @@ TEST(CaptureFormats, LinesAreFilledUpWhereTheBoardAsksForIt)
 TEST(CaptureControls, LowLatencyModeIsFoundByTheWalk)
 {
     TestBoard board("board=nvidia;form=controls");
-    Program program(*board.operator->(), kVideo);
+    Program program(*board);
     v4l2_queryctrl query{};
     std::vector<std::string> names;
     do {
@@ -294,7 +294,7 @@ TEST(CaptureControls, LowLatencyModeIsFoundByTheWalk)
 TEST(Streaming, ASignalOrTheStreamsEndEndsAWaitingDequeue)
 {
     TestBoard board("board=imx8mm", Pace::AsTaken);
-    Program program(*board.operator->(), kVideo, O_RDWR);
+    Program program(*board, kVideo, O_RDWR);
     ASSERT_EQ(program.Start(), 0);
     struct sigaction action {
     };

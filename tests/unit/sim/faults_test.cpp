@@ -45,8 +45,8 @@ TEST(Faults, CountCallsFromTheFirstAndEndAgain)
 {
     TestBoard board("board=imx8mm;fault=VIDIOC_QUERYCAP:EIO:after=1:times=2;"
                     "fault=open:EMFILE:after=2;fault=ioctl:ENOMEM:after=5");
-    Program first(*board.operator->(), "/dev/video0");
-    Program second(*board.operator->(), "/dev/video0");
+    Program first(*board);
+    Program second(*board);
     EXPECT_EQ(board->Open("/dev/video0", O_RDWR), -EMFILE);
     const int expected[] = {0, -EIO, -EIO, 0, 0, -ENOMEM, 0};
     for (const int result : expected) {
@@ -60,7 +60,7 @@ TEST(Faults, OfTransfersMeetTheirRegister)
     TestBoard board("board=imx8mm;fault=read:EREMOTEIO:register=0x600C:after=1;"
                     "fault=write:EIO:address=0x2000;fault=read:short=2:address=0x1050;"
                     "fault=read:value=0xABCD:register=0x0000:times=always");
-    Camera& camera = board.GetCamera();
+    Camera& camera = board->GetCamera(0);
     std::uint8_t bytes[16] = {};
     EXPECT_EQ(camera.ReadCci(CciAddress(0x600C), bytes, 2), 2);
     EXPECT_EQ(camera.ReadCci(CciAddress(0x600E), bytes, 2), 2) << "another register";
@@ -78,7 +78,7 @@ TEST(Faults, OfFramesShowInTheBuffers)
                     "fault=frame:short=7:after=3;fault=frame:index=31:after=4;"
                     "fault=frame:break:after=6");
     board.Boot(96, 104);
-    Program program(*board.operator->(), "/dev/video0");
+    Program program(*board);
     ASSERT_EQ(program.Start(8), 0);
     struct {
         std::uint32_t sequence;
@@ -106,11 +106,11 @@ TEST(Faults, APulledCameraStaysAway)
                               "fault=VIDIOC_G_FMT:unplug"}) {
         TestBoard board("board=generic;cameras=2;" + std::string(fault));
         board.Boot(96, 104);
-        Program program(*board.operator->(), "/dev/video0");
+        Program program(*board);
         ASSERT_EQ(program.Start(), 0);
         EXPECT_TRUE(board.Node().FrameTime());
         board.Node().FrameTime();
-        board.GetCamera().WriteCci(0x2000, fault, 1);
+        board->GetCamera(0).WriteCci(0x2000, fault, 1);
         v4l2_format format{};
         EXPECT_EQ(program.Ioctl(VIDIOC_G_FMT, &format), -ENODEV) << fault;
         EXPECT_EQ(program.Dequeue(), -ENODEV);
@@ -141,7 +141,7 @@ TEST(Faults, ASignalComesInTheMiddleOfACall)
     action.sa_handler = [](int) { ++received; };
     sigaction(SIGUSR1, &action, nullptr);
     TestBoard board("board=imx8mm;fault=VIDIOC_QUERYCAP:SIGUSR1");
-    Program program(*board.operator->(), "/dev/video0");
+    Program program(*board);
     v4l2_capability capability{};
     EXPECT_EQ(program.Ioctl(VIDIOC_QUERYCAP, &capability), -EINTR);
     EXPECT_EQ(received, 1);
