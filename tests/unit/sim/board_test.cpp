@@ -1,5 +1,6 @@
 #include <linux/media.h>
 
+#include <algorithm>
 #include <set>
 
 #include "board_fixture.h"
@@ -93,57 +94,41 @@ TEST(Cameras, HaveSerialNumbersOfTheirOwn)
         EXPECT_EQ(board->GetCamera(i).Options().serialNumber, serials[i]);
 }
 
-/// The graph as a program reads it.
-struct Graph {
-    std::vector<media_v2_entity> entities;
-    std::vector<media_v2_interface> interfaces;
-    std::vector<media_v2_pad> pads;
-    std::vector<media_v2_link> links;
-
-    static Graph Read(Program& media)
-    {
-        media_v2_topology topology{};
-        EXPECT_EQ(media.Ioctl(MEDIA_IOC_G_TOPOLOGY, &topology), 0);
-        Graph graph;
-        graph.entities.resize(topology.num_entities);
-        graph.interfaces.resize(topology.num_interfaces);
-        graph.pads.resize(topology.num_pads);
-        graph.links.resize(topology.num_links);
-        topology.ptr_entities = reinterpret_cast<std::uintptr_t>(graph.entities.data());
-        topology.ptr_interfaces = reinterpret_cast<std::uintptr_t>(graph.interfaces.data());
-        topology.ptr_pads = reinterpret_cast<std::uintptr_t>(graph.pads.data());
-        topology.ptr_links = reinterpret_cast<std::uintptr_t>(graph.links.data());
-        EXPECT_EQ(media.Ioctl(MEDIA_IOC_G_TOPOLOGY, &topology), 0);
-        topology.num_links -= 1;
-        EXPECT_EQ(media.Ioctl(MEDIA_IOC_G_TOPOLOGY, &topology), -ENOSPC);
-        return graph;
-    }
-};
-
 TEST(Topology, NumbersAndOrderAreTheKernels)
 {
     TestBoard board("board=imx8mp");
     Program media(*board, "/dev/media0", O_RDWR);
-    const Graph graph = Graph::Read(media);
-    EXPECT_EQ(graph.entities.front().function, unsigned{MEDIA_ENT_F_IO_V4L});
-    EXPECT_EQ(graph.entities.back().function, unsigned{MEDIA_ENT_F_CAM_SENSOR});
+    media_v2_topology graph{};
+    ASSERT_EQ(media.Ioctl(MEDIA_IOC_G_TOPOLOGY, &graph), 0);
+    std::vector<media_v2_entity> entities(graph.num_entities);
+    std::vector<media_v2_interface> interfaces(graph.num_interfaces);
+    std::vector<media_v2_pad> pads(graph.num_pads);
+    std::vector<media_v2_link> links(graph.num_links);
+    graph.ptr_entities = reinterpret_cast<std::uintptr_t>(entities.data());
+    graph.ptr_interfaces = reinterpret_cast<std::uintptr_t>(interfaces.data());
+    graph.ptr_pads = reinterpret_cast<std::uintptr_t>(pads.data());
+    graph.ptr_links = reinterpret_cast<std::uintptr_t>(links.data());
+    ASSERT_EQ(media.Ioctl(MEDIA_IOC_G_TOPOLOGY, &graph), 0);
 
+    EXPECT_EQ(entities.front().function, unsigned{MEDIA_ENT_F_IO_V4L});
+    EXPECT_EQ(entities.back().function, unsigned{MEDIA_ENT_F_CAM_SENSOR});
     std::multiset<std::uint32_t> ids;
     const auto collect = [&](const auto& items) {
         for (const auto& item : items)
             ids.insert(item.id);
     };
-    collect(graph.entities), collect(graph.interfaces), collect(graph.pads), collect(graph.links);
-    bool isDataSeen = false;
-    unsigned dataLinks = 0;
-    for (const auto& link : graph.links) {
-        const bool isData = (link.flags & MEDIA_LNK_FL_LINK_TYPE) == 0;
-        EXPECT_FALSE(isDataSeen && !isData) << "interface links come first";
-        isDataSeen = isData;
-        dataLinks += isData ? 1 : 0;
-    }
+    collect(entities), collect(interfaces), collect(pads), collect(links);
     EXPECT_EQ(std::set<std::uint32_t>(ids.begin(), ids.end()).size(), ids.size());
+    const auto isData = [](const media_v2_link& link) {
+        return (link.flags & MEDIA_LNK_FL_LINK_TYPE) == 0;
+    };
+    const auto dataLinks = std::count_if(links.begin(), links.end(), isData);
+    EXPECT_TRUE(std::is_partitioned(links.rbegin(), links.rend(), isData))
+        << "interface links come first";
     EXPECT_EQ(*ids.rbegin(), ids.size() + dataLinks - 1) << "each reverse takes a number";
+
+    graph.num_links -= 1;
+    EXPECT_EQ(media.Ioctl(MEDIA_IOC_G_TOPOLOGY, &graph), -ENOSPC);
 }
 
 } // namespace

@@ -184,23 +184,5 @@ TEST(Isp, AtomicRecordTakesEffectTogether)
     EXPECT_EQ(camera->PeekIsp16(isp::kPreviewRoiX0), 300);
 }
 
-TEST(Isp, FrameRateIsTheLowerOfCeilingAndReadout)
-{
-    BootedCamera camera;
-    struct {
-        std::uint16_t maxFps;
-        std::uint16_t roiY1;
-        double rate;
-    } cases[] = {{90 << 8, 0x4000, 30},
-                 {10 << 8, 0x4000, 10},
-                 {0x0C80, 0x4000, 12.5},
-                 {255 << 8, 0x2000, 60}};
-    for (const auto& c : cases) {
-        camera.Write(isp::kPreviewMaxFps, c.maxFps);
-        camera.Write(isp::kPreviewRoiY1, c.roiY1);
-        EXPECT_NEAR(camera->FrameRate(), c.rate, 0.01);
-    }
-}
-
 } // namespace
 } // namespace zevo_sim

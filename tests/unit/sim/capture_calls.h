@@ -29,7 +29,8 @@ public:
         const bool isMulti = (capability.device_caps & V4L2_CAP_VIDEO_CAPTURE_MPLANE) != 0;
         return isMulti ? V4L2_BUF_TYPE_VIDEO_CAPTURE_MPLANE : V4L2_BUF_TYPE_VIDEO_CAPTURE;
     }
-    int SetFormat(unsigned width, unsigned height, std::uint32_t fourcc, v4l2_format& format)
+    int SetFormat(unsigned width = 96, unsigned height = 104,
+                  std::uint32_t fourcc = V4L2_PIX_FMT_UYVY)
     {
         format = {};
         format.type = Type();
@@ -38,21 +39,14 @@ public:
         format.fmt.pix.pixelformat = fourcc;
         return Ioctl(VIDIOC_S_FMT, &format);
     }
-    int SetFormat(unsigned width = 96, unsigned height = 104,
-                  std::uint32_t fourcc = V4L2_PIX_FMT_UYVY)
-    {
-        v4l2_format format;
-        return SetFormat(width, height, fourcc, format);
-    }
-    int Request(unsigned count, unsigned* granted = nullptr)
+    int Request(unsigned count)
     {
         v4l2_requestbuffers request{};
         request.count = count;
         request.type = Type();
         request.memory = V4L2_MEMORY_MMAP;
         const int result = Ioctl(VIDIOC_REQBUFS, &request);
-        if (granted)
-            *granted = request.count;
+        granted = request.count;
         return result;
     }
     int Queue(unsigned index) { return BufferCall(VIDIOC_QBUF, index); }
@@ -64,6 +58,8 @@ public:
         return Ioctl(isOn ? VIDIOC_STREAMON : VIDIOC_STREAMOFF, &type);
     }
 
+    v4l2_format format{}; ///< as the last SetFormat() has left it
+    unsigned granted = 0; ///< buffers of the last Request()
     // Of the last call on a buffer.
     std::size_t Length() const
     {
