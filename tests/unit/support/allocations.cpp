@@ -10,7 +10,6 @@ namespace
 {
 
 std::atomic<std::size_t> g_count{0};
-std::atomic<std::size_t> g_failing{0};
 std::atomic<std::size_t> g_live{0};
 thread_local int t_exemptions = 0;
 thread_local std::size_t t_left = 0; ///< until the one that fails
@@ -22,8 +21,7 @@ bool Allocations::Note()
 {
     if (t_exemptions > 0)
         return false;
-    if (++g_count == g_failing)
-        throw std::bad_alloc();
+    ++g_count;
     if (t_left != 0 && --t_left == 0) {
         t_hasFailed = true;
         throw std::bad_alloc();
@@ -51,16 +49,6 @@ void Allocations::FailNthHere(std::size_t nth) noexcept
 bool Allocations::HasFailedHere() noexcept
 {
     return t_hasFailed;
-}
-
-void Allocations::FailNth(std::size_t nth) noexcept
-{
-    g_failing = nth != 0 ? g_count + nth : 0;
-}
-
-bool Allocations::HasFailed() noexcept
-{
-    return g_failing != 0 && g_count >= g_failing;
 }
 
 std::size_t Allocations::GetCount() noexcept

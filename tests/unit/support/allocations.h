@@ -11,14 +11,10 @@ namespace test
 class Allocations
 {
 public:
-    /// The nth allocation from now on throws, once. 0 for none.
-    static void FailNth(std::size_t nth) noexcept;
-    /// The same for the allocations that count of the calling thread alone.
+    /// The nth allocation of the calling thread that counts from now on throws, once. 0 for none.
     static void FailNthHere(std::size_t nth) noexcept;
     /// True once that one has been reached.
     static bool HasFailedHere() noexcept;
-    /// True once that one has been reached.
-    static bool HasFailed() noexcept;
     static std::size_t GetCount() noexcept;
     /// Blocks that have been counted and not been freed.
     static std::size_t GetLive() noexcept;

@@ -81,19 +81,20 @@ void FakeCaptureNode::PushFrame(const Frame& frame)
 void FakeCaptureNode::WaitForLog(const std::string& beginning, std::size_t count)
 {
     std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait(lock, [&] {
-        return static_cast<std::size_t>(
-                   std::count_if(log_.begin(), log_.end(), [&](const std::string& entry) {
-                       return entry.rfind(beginning, 0) == 0;
-                   })) >= count;
-    });
+    changed_.wait(lock, [&] { return countLog(beginning) >= count; });
 }
 
 std::size_t FakeCaptureNode::CountLog(const std::string& beginning)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return std::count_if(log_.begin(), log_.end(),
-                         [&](const std::string& entry) { return entry.rfind(beginning, 0) == 0; });
+    return countLog(beginning);
+}
+
+std::size_t FakeCaptureNode::countLog(const std::string& beginning) const
+{
+    return static_cast<std::size_t>(
+        std::count_if(log_.begin(), log_.end(),
+                      [&](const std::string& entry) { return entry.rfind(beginning, 0) == 0; }));
 }
 
 std::vector<std::string> FakeCaptureNode::GetLog()

@@ -78,6 +78,7 @@ private:
     void* map(std::size_t length, off_t offset);
     int unmap(void* address);
     void record(std::string entry);
+    std::size_t countLog(const std::string& beginning) const;
     void updateReadiness();
 
     std::mutex mutex_;

@@ -56,9 +56,9 @@ ArvDevice* MakeDevice(RegisterAccess& access)
     return &device->parent;
 }
 
-/// Runs an operation that reports in a GError.
-template <typename Operation>
-auto Checked(Operation operation)
+/// Calls a function that reports in a GError behind its arguments.
+template <typename Function, typename... Arguments>
+auto Checked(Function function, Arguments... arguments)
 {
     GError* error = nullptr;
     const auto finish = [&error] {
@@ -68,11 +68,11 @@ auto Checked(Operation operation)
         g_error_free(error);
         throw std::runtime_error(message);
     };
-    if constexpr (std::is_void_v<decltype(operation(&error))>) {
-        operation(&error);
+    if constexpr (std::is_void_v<decltype(function(arguments..., &error))>) {
+        function(arguments..., &error);
         finish();
     } else {
-        auto result = operation(&error);
+        auto result = function(arguments..., &error);
         finish();
         return result;
     }
@@ -137,91 +137,80 @@ bool GenApiDevice::isCommand(const std::string& name) const
 
 bool GenApiDevice::isImplemented(const std::string& name) const
 {
-    return Checked([&](GError** e) { return arv_gc_feature_node_is_implemented(node(name), e); });
+    return Checked(arv_gc_feature_node_is_implemented, node(name));
 }
 
 bool GenApiDevice::isAvailable(const std::string& name) const
 {
-    return Checked([&](GError** e) { return arv_gc_feature_node_is_available(node(name), e); });
+    return Checked(arv_gc_feature_node_is_available, node(name));
 }
 
 bool GenApiDevice::isLocked(const std::string& name) const
 {
-    return Checked([&](GError** e) { return arv_gc_feature_node_is_locked(node(name), e); });
+    return Checked(arv_gc_feature_node_is_locked, node(name));
 }
 
 std::string GenApiDevice::text(const std::string& name) const
 {
-    const char* value =
-        Checked([&](GError** e) { return arv_gc_feature_node_get_value_as_string(node(name), e); });
+    const char* value = Checked(arv_gc_feature_node_get_value_as_string, node(name));
     return value != nullptr ? value : "";
 }
 
 std::int64_t GenApiDevice::integer(const std::string& name) const
 {
-    return Checked(
-        [&](GError** e) { return arv_gc_integer_get_value(ARV_GC_INTEGER(node(name)), e); });
+    return Checked(arv_gc_integer_get_value, ARV_GC_INTEGER(node(name)));
 }
 
 double GenApiDevice::number(const std::string& name) const
 {
-    return Checked([&](GError** e) { return arv_gc_float_get_value(ARV_GC_FLOAT(node(name)), e); });
+    return Checked(arv_gc_float_get_value, ARV_GC_FLOAT(node(name)));
 }
 
 std::int64_t GenApiDevice::minimum(const std::string& name) const
 {
-    return Checked(
-        [&](GError** e) { return arv_gc_integer_get_min(ARV_GC_INTEGER(node(name)), e); });
+    return Checked(arv_gc_integer_get_min, ARV_GC_INTEGER(node(name)));
 }
 
 std::int64_t GenApiDevice::maximum(const std::string& name) const
 {
-    return Checked(
-        [&](GError** e) { return arv_gc_integer_get_max(ARV_GC_INTEGER(node(name)), e); });
+    return Checked(arv_gc_integer_get_max, ARV_GC_INTEGER(node(name)));
 }
 
 std::int64_t GenApiDevice::increment(const std::string& name) const
 {
-    return Checked(
-        [&](GError** e) { return arv_gc_integer_get_inc(ARV_GC_INTEGER(node(name)), e); });
+    return Checked(arv_gc_integer_get_inc, ARV_GC_INTEGER(node(name)));
 }
 
 void GenApiDevice::set(const std::string& name, std::int64_t value) const
 {
-    Checked([&](GError** e) { arv_gc_integer_set_value(ARV_GC_INTEGER(node(name)), value, e); });
+    Checked(arv_gc_integer_set_value, ARV_GC_INTEGER(node(name)), value);
 }
 
 void GenApiDevice::setNumber(const std::string& name, double value) const
 {
-    Checked([&](GError** e) { arv_gc_float_set_value(ARV_GC_FLOAT(node(name)), value, e); });
+    Checked(arv_gc_float_set_value, ARV_GC_FLOAT(node(name)), value);
 }
 
 void GenApiDevice::select(const std::string& name, const std::string& entry) const
 {
-    Checked([&](GError** e) {
-        arv_gc_enumeration_set_string_value(ARV_GC_ENUMERATION(node(name)), entry.c_str(), e);
-    });
+    Checked(arv_gc_enumeration_set_string_value, ARV_GC_ENUMERATION(node(name)), entry.c_str());
 }
 
 void GenApiDevice::choose(const std::string& name, std::int64_t value) const
 {
-    Checked([&](GError** e) {
-        arv_gc_enumeration_set_int_value(ARV_GC_ENUMERATION(node(name)), value, e);
-    });
+    Checked(arv_gc_enumeration_set_int_value, ARV_GC_ENUMERATION(node(name)), value);
 }
 
 void GenApiDevice::execute(const std::string& command) const
 {
-    Checked([&](GError** e) { arv_gc_command_execute(ARV_GC_COMMAND(node(command)), e); });
+    Checked(arv_gc_command_execute, ARV_GC_COMMAND(node(command)));
 }
 
 std::vector<std::string> GenApiDevice::availableEntries(const std::string& name) const
 {
     guint count = 0;
-    const char** entries = Checked([&](GError** e) {
-        return arv_gc_enumeration_dup_available_string_values(ARV_GC_ENUMERATION(node(name)),
-                                                              &count, e);
-    });
+    const char** entries = Checked(arv_gc_enumeration_dup_available_string_values,
+                                   ARV_GC_ENUMERATION(node(name)), &count);
     std::vector<std::string> result(entries, entries + count);
     g_free(entries);
     return result;
