@@ -86,14 +86,12 @@ TEST(Faults, APulledCameraStaysAway)
 
 TEST(Faults, OfTheIspAreItsOwn)
 {
-    TestBoard board("board=imx8mm;cameras=2;fault=stall:stuck:camera=0;fault=atomic:late=3;"
-                    "fault=checksum:wrong:camera=1;fault=dma:stuck;fault=stage:late=2");
+    TestBoard board("board=imx8mm;cameras=2;fault=stall:stuck:camera=0;fault=atomic:late=3");
     const Misbehaviour& first = board->GetCamera(0).Options().misbehaviour;
     const Misbehaviour& second = board->GetCamera(1).Options().misbehaviour;
-    EXPECT_TRUE(first.isStallStuck && first.isDmaStuck && !first.isChecksumWrong);
-    EXPECT_TRUE(!second.isStallStuck && second.isDmaStuck && second.isChecksumWrong);
+    EXPECT_TRUE(first.isStallStuck && !second.isStallStuck);
     EXPECT_EQ(first.atomicReads, 3u);
-    EXPECT_EQ(first.stageReads, 2u);
+    EXPECT_EQ(second.atomicReads, 3u);
     EXPECT_EQ(second.stallReads, 1u) << "as without faults";
 }
 
