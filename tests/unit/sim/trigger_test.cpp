@@ -147,6 +147,17 @@ TEST(Trigger, NeedsAllItsRegisters)
     }
 }
 
+TEST(Trigger, AnInvertedLineTriggersWhenItFalls)
+{
+    TriggeredCamera camera;
+    camera.Write(kTriggerControl, 0x0483);
+    camera.DriveLine(false);
+    camera.DriveLine(true);
+    EXPECT_EQ(camera.CountFrames(), 0);
+    camera.DriveLine(false);
+    EXPECT_EQ(camera.CountFrames(), 1);
+}
+
 TEST(Trigger, DoesNothingWhileTheStreamIsStalled)
 {
     TriggeredCamera camera;
