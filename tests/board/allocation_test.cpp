@@ -2,7 +2,6 @@
 // everything is as it was before, so that the same call works once there is memory.
 #include <cstdio>
 #include <functional>
-#include <ostream>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -32,9 +31,7 @@ std::ostream& operator<<(std::ostream& stream, const State& state)
 {
     for (const uint64_t number : state.numbers)
         stream << number << " ";
-    return stream << "; " << state.resources.descriptors << " descriptors, "
-                  << state.resources.threads << " threads, " << state.resources.mappings
-                  << " mappings";
+    return stream << "; " << state.resources;
 }
 
 class AllocationFailure : public Journey, public testing::Test

@@ -43,8 +43,7 @@ struct Remains : Resources {
 
 std::ostream& operator<<(std::ostream& stream, const Remains& remains)
 {
-    return stream << remains.descriptors << " descriptors, " << remains.threads << " threads, "
-                  << remains.mappings << " mappings, " << remains.blocks << " blocks";
+    return stream << static_cast<const Resources&>(remains) << ", " << remains.blocks << " blocks";
 }
 
 // Asks the camera's own driver for a reset of the module, so that its ISP has to boot again.

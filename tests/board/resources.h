@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <ostream>
 #include <string>
 
 inline std::size_t entriesOf(const char* folder)
@@ -51,3 +52,9 @@ struct Resources {
                (threads == other.threads || comesDownToThreads(std::min(threads, other.threads)));
     }
 };
+
+inline std::ostream& operator<<(std::ostream& stream, const Resources& resources)
+{
+    return stream << resources.descriptors << " descriptors, " << resources.threads << " threads, "
+                  << resources.mappings << " mappings";
+}

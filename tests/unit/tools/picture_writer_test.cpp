@@ -41,13 +41,5 @@ TEST(PictureWriter, TellsAFailureAtTheEnd)
     EXPECT_EQ(NumberOfFiles(folder.Path()), 0U);
 }
 
-TEST(PictureWriter, RefusesAFolderThatIsNone)
-{
-    const TemporaryFolder folder;
-    folder.Write("file", "");
-    EXPECT_THROW(PictureWriter(folder.Path("file")), Failure);
-    EXPECT_THROW(PictureWriter(folder.Path("file/below")), Failure);
-}
-
 } // namespace
 } // namespace zevo_tool
