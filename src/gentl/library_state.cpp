@@ -68,6 +68,8 @@ GC_ERROR LibraryState::Close()
 GC_ERROR LibraryState::OpenSystem(TL_HANDLE* phTL)
 {
     const Lock lock(mutex_);
+    if (!isInitialised_) // closed since the frame looked
+        return GC_ERR_NOT_INITIALIZED;
     if (isTLOpen())
         return GC_ERR_RESOURCE_IN_USE;
     const auto system = boost::make_shared<SystemMCM>(systemInfo());
