@@ -6,6 +6,7 @@
 #include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
 
+#include "answer.h"
 #include "modules/generic/event_new_buffer.h"
 #include "modules/generic/event_nodemap_delivered.h"
 #include "modules/generic/handle_registry.h"
@@ -38,10 +39,9 @@ protected:
 
     std::size_t numberOf(std::int32_t command)
     {
-        std::uint64_t number = 0;
-        std::size_t size = sizeof number;
-        INFO_DATATYPE type = 0;
-        EXPECT_EQ(event_->GetInfo(command, &type, &number, &size), GC_ERR_SUCCESS);
+        const auto [result, type, size, number] =
+            answerOf([&](auto... to) { return event_->GetInfo(command, to...); });
+        EXPECT_EQ(result, GC_ERR_SUCCESS);
         return number;
     }
 
@@ -135,45 +135,32 @@ TEST_F(DeviceEvent, ClosedItRefusesEverything)
     EXPECT_EQ(event_->Kill(), GC_ERR_NOT_INITIALIZED);
 }
 
-// The handle is gone: an event that went on waiting could never be aborted.
-TEST_F(DeviceEvent, TheEndOfTheRegistrySendsWaitingThreadsHome)
-{
-    event_->SetHandle(HandleRegistry::Instance()->AddEvent(event_));
-    GC_ERROR result = GC_ERR_SUCCESS;
-    std::thread waiting([&] { result = take(GENTL_INFINITE); });
-    HandleRegistry::Destroy();
-    waiting.join();
-    EXPECT_TRUE(result == GC_ERR_ABORT || result == GC_ERR_NOT_INITIALIZED) << result;
-}
-
 TEST_F(DeviceEvent, DataInfoReadsTheRecordThatTheConsumerHolds)
 {
     const std::uint32_t record[] = {kMarker, 0x1234, 1};
     const std::uint32_t wrong[] = {1, 0x1234, 1};
-    std::uint64_t answer = 0;
-    INFO_DATATYPE type = 0;
-    const auto ask = [&](const void* data, std::size_t length, std::int32_t command,
-                         std::size_t room) {
-        answer = 0;
-        size_ = room;
-        return event_->GetDataInfo(data, length, command, &type, &answer, &size_);
+    const struct {
+        const std::uint32_t* record;
+        std::size_t length;
+        std::int32_t command;
+        std::size_t room;
+        Answer answer;
+    } kCases[] = {
+        {record, 12, EVENT_DATA_ID, 8, {GC_ERR_SUCCESS, INFO_DATATYPE_INT32, 4, 0x1234}},
+        {record, 12, EVENT_DATA_NUMID, 8, {GC_ERR_SUCCESS, INFO_DATATYPE_UINT64, 8, 0x1234}},
+        {record, 12, EVENT_DATA_VALUE, 8, {GC_ERR_SUCCESS, INFO_DATATYPE_BUFFER, 4, 1}},
+        {record, 12, EVENT_DATA_VALUE, 3, {GC_ERR_BUFFER_TOO_SMALL, INFO_DATATYPE_BUFFER, 3, 0}},
+        {record, 8, EVENT_DATA_VALUE, 0, {GC_ERR_SUCCESS, INFO_DATATYPE_BUFFER, 0, 0}},
+        {wrong, 12, EVENT_DATA_ID, 8, {GC_ERR_INVALID_BUFFER, kUntouched, 8, 0}},
+        {record, 4, EVENT_DATA_ID, 8, {GC_ERR_INVALID_PARAMETER, kUntouched, 8, 0}},
+        {record, 12, 99, 8, {GC_ERR_NOT_IMPLEMENTED, INFO_DATATYPE_UNKNOWN, 0, 0}},
     };
-    EXPECT_EQ(ask(record, 12, EVENT_DATA_ID, 8), GC_ERR_SUCCESS);
-    EXPECT_EQ(type, INFO_DATATYPE_INT32);
-    EXPECT_EQ(answer, 0x1234u);
-    EXPECT_EQ(ask(record, 12, EVENT_DATA_NUMID, 8), GC_ERR_SUCCESS);
-    EXPECT_EQ(type, INFO_DATATYPE_UINT64);
-    EXPECT_EQ(ask(record, 12, EVENT_DATA_VALUE, 8), GC_ERR_SUCCESS);
-    EXPECT_EQ(type, INFO_DATATYPE_BUFFER);
-    EXPECT_EQ(size_, 4u);
-    EXPECT_EQ(answer, 1u);
-    EXPECT_EQ(ask(record, 12, EVENT_DATA_VALUE, 3), GC_ERR_BUFFER_TOO_SMALL);
-    EXPECT_EQ(ask(record, 8, EVENT_DATA_VALUE, 0), GC_ERR_SUCCESS) << "an empty payload";
-    EXPECT_EQ(ask(wrong, 12, EVENT_DATA_ID, 8), GC_ERR_INVALID_BUFFER);
-    EXPECT_EQ(ask(record, 4, EVENT_DATA_ID, 8), GC_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(ask(record, 12, 99, 8), GC_ERR_NOT_IMPLEMENTED);
-    EXPECT_EQ(type, INFO_DATATYPE_UNKNOWN);
-    EXPECT_EQ(size_, 0u);
+    for (const auto& row : kCases) {
+        const auto ask = [&](auto... to) {
+            return event_->GetDataInfo(row.record, row.length, row.command, to...);
+        };
+        EXPECT_EQ(answerOf(ask, row.room), row.answer) << &row - kCases;
+    }
 }
 
 TEST(NewBufferEvent, WithoutAStreamItSaysSo)
@@ -187,8 +174,8 @@ TEST(NewBufferEvent, WithoutAStreamItSaysSo)
     std::size_t size = sizeof data;
     EXPECT_EQ(event.GetData(&data, &size, 0), GC_ERR_NOT_INITIALIZED);
     EXPECT_EQ(event.Flush(), GC_ERR_NOT_INITIALIZED);
-    INFO_DATATYPE type = 0;
-    EXPECT_EQ(event.GetInfo(EVENT_SIZE_MAX, &type, nullptr, &size), GC_ERR_NOT_INITIALIZED);
+    const auto ask = [&](auto... to) { return event.GetInfo(EVENT_SIZE_MAX, to...); };
+    EXPECT_EQ(answerOf(ask), Answer(GC_ERR_NOT_INITIALIZED, kUntouched, 8, 0));
 }
 
 TEST(NewBufferEvent, AGapInThePipesRefusesTheRegistration)
@@ -203,20 +190,23 @@ TEST(NewBufferEvent, AGapInThePipesRefusesTheRegistration)
 TEST(NewBufferEvent, DataInfoNeedsBothWordsForTheSecond)
 {
     CEventNewBuffer event;
-    int marker = 0;
-    const EVENT_NEW_BUFFER_DATA data{reinterpret_cast<void*>(0x16), &marker};
-    void* answer = nullptr;
-    INFO_DATATYPE type = 0;
-    std::size_t size = sizeof answer;
-    EXPECT_EQ(event.GetDataInfo(&data, 8, EVENT_DATA_ID, &type, &answer, &size), GC_ERR_SUCCESS);
-    EXPECT_EQ(answer, reinterpret_cast<void*>(0x16));
-    EXPECT_EQ(event.GetDataInfo(&data, 15, EVENT_DATA_VALUE, &type, &answer, &size),
-              GC_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(event.GetDataInfo(&data, 16, EVENT_DATA_VALUE, &type, &answer, &size),
-              GC_ERR_SUCCESS);
-    EXPECT_EQ(answer, &marker);
-    EXPECT_EQ(event.GetDataInfo(&data, 7, EVENT_DATA_ID, &type, &answer, &size),
-              GC_ERR_INVALID_PARAMETER);
+    const EVENT_NEW_BUFFER_DATA data{reinterpret_cast<void*>(0x16), reinterpret_cast<void*>(0x17)};
+    const struct {
+        std::size_t length;
+        std::int32_t command;
+        Answer answer;
+    } kCases[] = {
+        {7, EVENT_DATA_ID, {GC_ERR_INVALID_PARAMETER, kUntouched, 8, 0}},
+        {8, EVENT_DATA_ID, {GC_ERR_SUCCESS, INFO_DATATYPE_PTR, 8, 0x16}},
+        {15, EVENT_DATA_VALUE, {GC_ERR_INVALID_PARAMETER, kUntouched, 8, 0}},
+        {16, EVENT_DATA_VALUE, {GC_ERR_SUCCESS, INFO_DATATYPE_PTR, 8, 0x17}},
+    };
+    for (const auto& row : kCases) {
+        const auto ask = [&](auto... to) {
+            return event.GetDataInfo(&data, row.length, row.command, to...);
+        };
+        EXPECT_EQ(answerOf(ask), row.answer) << row.length;
+    }
 }
 
 } // namespace GenTLProducer

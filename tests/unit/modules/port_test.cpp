@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "answer.h"
 #include "modules/generic/port_description.h"
 
 namespace GenTLProducer
@@ -57,11 +58,8 @@ TEST(PortDescription, EveryPortHasOneWithTheHashOfItsBytes)
         EXPECT_EQ(bytes.front(), '<') << port;
         EXPECT_NE(bytes.back(), '\0') << "the NUL behind a file isn't part of it";
         EXPECT_EQ(ReadInfoString(url, URL_INFO_FILE_SHA1_HASH).size(), 40u);
-        std::uint64_t size = 0;
-        std::size_t width = sizeof size;
-        INFO_DATATYPE type = 0;
-        url->GetInfo(URL_INFO_FILE_SIZE, &type, &size, &width);
-        EXPECT_EQ(size, bytes.size());
+        const auto askSize = [&](auto... to) { return url->GetInfo(URL_INFO_FILE_SIZE, to...); };
+        EXPECT_EQ(answerOf(askSize), Answer(GC_ERR_SUCCESS, INFO_DATATYPE_UINT64, 8, bytes.size()));
     }
 }
 

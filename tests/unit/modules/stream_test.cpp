@@ -7,6 +7,8 @@
 #include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
 
+#include "answer.h"
+
 namespace GenTLProducer
 {
 
@@ -122,20 +124,22 @@ protected:
 
     std::uint64_t info(std::int32_t command)
     {
-        std::uint64_t value = 0;
-        std::size_t size = sizeof value;
-        INFO_DATATYPE type = 0;
-        EXPECT_EQ(stream_->GetInfo(command, &type, &value, &size), GC_ERR_SUCCESS) << command;
-        return value;
+        const auto [result, type, size, number] =
+            answerOf([&](auto... to) { return stream_->GetInfo(command, to...); });
+        EXPECT_EQ(result, GC_ERR_SUCCESS) << command;
+        return number;
+    }
+
+    Answer bufferInfo(BUFFER_HANDLE buffer, std::int32_t command)
+    {
+        return answerOf([&](auto... to) { return stream_->GetBufferInfo(buffer, command, to...); });
     }
 
     bool bufferFlag(BUFFER_HANDLE buffer, std::int32_t command)
     {
-        bool8_t value = 0;
-        std::size_t size = sizeof value;
-        INFO_DATATYPE type = 0;
-        EXPECT_EQ(stream_->GetBufferInfo(buffer, command, &type, &value, &size), GC_ERR_SUCCESS);
-        return value != 0;
+        const auto [result, type, size, number] = bufferInfo(buffer, command);
+        EXPECT_EQ(result, GC_ERR_SUCCESS) << command;
+        return number != 0;
     }
 
     std::uint32_t readRegister(std::uint64_t address)
@@ -220,10 +224,7 @@ TEST_F(DataStream, RevokingGivesTheMemoryBackAndFreesTheSlot)
     buffer = this;
     EXPECT_EQ(stream_->RevokeBuffer(owned, &buffer, nullptr), GC_ERR_SUCCESS);
     EXPECT_EQ(buffer, nullptr);
-    INFO_DATATYPE type = 0;
-    std::size_t size = 0;
-    EXPECT_EQ(stream_->GetBufferInfo(user, BUFFER_INFO_BASE, &type, nullptr, &size),
-              GC_ERR_INVALID_HANDLE);
+    EXPECT_EQ(bufferInfo(user, BUFFER_INFO_BASE), Answer(GC_ERR_INVALID_HANDLE, kUntouched, 8, 0));
     EXPECT_EQ(stream_->RevokeBuffer(user, nullptr, nullptr), GC_ERR_BUSY);
     EXPECT_EQ(stream_->QueueBuffer(user), GC_ERR_RESOURCE_IN_USE);
     EXPECT_EQ(stream_->QueueBuffer(ToOpaque(MakeBufferHandle(7))), GC_ERR_INVALID_HANDLE);
@@ -233,31 +234,31 @@ TEST_F(DataStream, RevokingGivesTheMemoryBackAndFreesTheSlot)
 TEST_F(DataStream, AFreshBufferTellsItsDefaultsAndHidesWhatAFrameBrings)
 {
     const BUFFER_HANDLE buffer = announce(0);
-    const auto ask = [&](std::int32_t command, std::uint64_t& value) {
-        std::size_t size = sizeof value;
-        INFO_DATATYPE type = 0;
-        value = 0;
-        return stream_->GetBufferInfo(buffer, command, &type, &value, &size);
-    };
-    std::uint64_t value = 0;
     for (const std::int32_t hidden :
          {BUFFER_INFO_TIMESTAMP, BUFFER_INFO_FRAMEID, BUFFER_INFO_DELIVERED_IMAGEHEIGHT,
           BUFFER_INFO_DELIVERED_CHUNKPAYLOADSIZE})
-        EXPECT_EQ(ask(hidden, value), GC_ERR_NOT_AVAILABLE) << hidden;
+        EXPECT_EQ(bufferInfo(buffer, hidden), Answer(GC_ERR_NOT_AVAILABLE, kUntouched, 8, 0));
     const struct {
         std::int32_t command;
-        std::uint64_t expected;
+        INFO_DATATYPE type;
+        std::size_t size;
+        std::uint64_t value;
     } kShown[] = {
-        {BUFFER_INFO_WIDTH, 1},         {BUFFER_INFO_HEIGHT, 1},      {BUFFER_INFO_SIZE, kPayload},
-        {BUFFER_INFO_IMAGEPRESENT, 1},  {BUFFER_INFO_SIZE_FILLED, 0}, {BUFFER_INFO_NEW_DATA, 0},
-        {BUFFER_INFO_IS_INCOMPLETE, 0}, {BUFFER_INFO_PIXELFORMAT, 0},
+        {BUFFER_INFO_WIDTH, INFO_DATATYPE_SIZET, 8, 1},
+        {BUFFER_INFO_HEIGHT, INFO_DATATYPE_SIZET, 8, 1},
+        {BUFFER_INFO_SIZE, INFO_DATATYPE_SIZET, 8, kPayload},
+        {BUFFER_INFO_SIZE_FILLED, INFO_DATATYPE_SIZET, 8, 0},
+        {BUFFER_INFO_IMAGEPRESENT, INFO_DATATYPE_BOOL8, 1, 1},
+        {BUFFER_INFO_NEW_DATA, INFO_DATATYPE_BOOL8, 1, 0},
+        {BUFFER_INFO_IS_INCOMPLETE, INFO_DATATYPE_BOOL8, 1, 0},
+        {BUFFER_INFO_PIXELFORMAT, INFO_DATATYPE_UINT64, 8, 0},
     };
-    for (const auto& row : kShown) {
-        EXPECT_EQ(ask(row.command, value), GC_ERR_SUCCESS) << row.command;
-        EXPECT_EQ(value, row.expected) << row.command;
-    }
+    for (const auto& row : kShown)
+        EXPECT_EQ(bufferInfo(buffer, row.command),
+                  Answer(GC_ERR_SUCCESS, row.type, row.size, row.value))
+            << row.command;
     for (const std::int32_t unknown : {28, 29, 25, 31, 999, 1003})
-        EXPECT_EQ(ask(unknown, value), GC_ERR_NOT_IMPLEMENTED) << unknown;
+        EXPECT_EQ(std::get<0>(bufferInfo(buffer, unknown)), GC_ERR_NOT_IMPLEMENTED) << unknown;
     std::uint32_t parts = 0;
     EXPECT_EQ(stream_->GetNumBufferParts(buffer, &parts), GC_ERR_NO_DATA);
 }
@@ -337,21 +338,15 @@ TEST_F(DataStream, StartAndStopCheckTheirStateInOrder)
     EXPECT_EQ(stream_->StopAcquisition(ACQ_STOP_FLAGS_KILL), GC_ERR_SUCCESS);
 }
 
-TEST_F(DataStream, AnnouncingWhileGrabbingNeedsItsSwitch)
+TEST_F(DataStream, AnnouncingWhileGrabbingAndStartingWithoutBuffersNeedTheirSwitch)
 {
-    announce(0);
-    ASSERT_EQ(stream_->StartAcquisition(0, 1), GC_ERR_SUCCESS);
-    BUFFER_HANDLE handle = nullptr;
-    EXPECT_EQ(stream_->AnnounceBuffer(memory_[1].data(), kPayload, nullptr, &handle), GC_ERR_BUSY);
     writeRegister(kAnnounceAnytime, 7);
     EXPECT_EQ(readRegister(kAnnounceAnytime), 1u);
-    announce(1);
-}
-
-TEST_F(DataStream, WithTheSwitchAnAcquisitionStartsWithoutBuffers)
-{
-    writeRegister(kAnnounceAnytime, 1);
     EXPECT_EQ(stream_->StartAcquisition(0, 1), GC_ERR_SUCCESS);
+    announce(0);
+    writeRegister(kAnnounceAnytime, 0);
+    BUFFER_HANDLE handle = nullptr;
+    EXPECT_EQ(stream_->AnnounceBuffer(memory_[1].data(), kPayload, nullptr, &handle), GC_ERR_BUSY);
 }
 
 TEST_F(DataStream, TheEventWaitsOnTheOutputQueue)
@@ -383,14 +378,16 @@ TEST_F(DataStream, ClosedItRefusesEverything)
     BUFFER_HANDLE handle = nullptr;
     std::size_t size = 0;
     INFO_DATATYPE type = 0;
-    EXPECT_EQ(stream_->AnnounceBuffer(memory_[1].data(), 8, nullptr, &handle),
-              GC_ERR_NOT_INITIALIZED);
-    EXPECT_EQ(stream_->QueueBuffer(buffer), GC_ERR_NOT_INITIALIZED);
-    EXPECT_EQ(stream_->FlushQueue(0), GC_ERR_NOT_INITIALIZED);
-    EXPECT_EQ(stream_->StartAcquisition(0, 1), GC_ERR_NOT_INITIALIZED);
-    EXPECT_EQ(stream_->GetInfo(STREAM_INFO_ID, &type, nullptr, &size), GC_ERR_NOT_INITIALIZED);
-    EXPECT_EQ(stream_->TakeNewBufferEvent(nullptr, &size), GC_ERR_NOT_INITIALIZED);
-    EXPECT_EQ(stream_->ReadPort(0, &size, &size), GC_ERR_NOT_INITIALIZED);
+    for (const GC_ERROR result : {
+             stream_->AnnounceBuffer(memory_[1].data(), 8, nullptr, &handle),
+             stream_->QueueBuffer(buffer),
+             stream_->FlushQueue(0),
+             stream_->StartAcquisition(0, 1),
+             stream_->GetInfo(STREAM_INFO_ID, &type, nullptr, &size),
+             stream_->TakeNewBufferEvent(nullptr, &size),
+             stream_->ReadPort(0, &size, &size),
+         })
+        EXPECT_EQ(result, GC_ERR_NOT_INITIALIZED);
     EXPECT_EQ(stream_->GetId(), "");
 }
 
