@@ -16,15 +16,9 @@
 namespace
 {
 
-// What poll was asked by this thread, looks without a wait aside. Null: nobody listens.
-struct PollCall {
-    nfds_t count;
-    int timeoutMs;
-    bool operator==(const PollCall& other) const
-    {
-        return count == other.count && timeoutMs == other.timeoutMs;
-    }
-};
+// What poll was asked by this thread, looks without a wait aside: number of descriptors and timeout
+// in milliseconds. Null: nobody listens.
+using PollCall = std::pair<nfds_t, int>;
 thread_local std::vector<PollCall>* t_pollCalls = nullptr;
 thread_local std::deque<int>* t_pollErrors = nullptr;
 
@@ -34,7 +28,7 @@ thread_local std::deque<int>* t_pollErrors = nullptr;
 extern "C" int poll(pollfd* entries, nfds_t count, int timeoutMs)
 {
     if (t_pollCalls && timeoutMs != 0) {
-        t_pollCalls->push_back({count, timeoutMs});
+        t_pollCalls->emplace_back(count, timeoutMs);
         if (!t_pollErrors->empty()) {
             errno = t_pollErrors->front();
             t_pollErrors->pop_front();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -54,14 +55,16 @@ private:
     unsigned count_ = 0;
 };
 
-/// Does what it is given.
+/// Does what it is given; copies else.
 class GivenProcessing final : public V4lX::IImageProcessing
 {
 public:
     std::function<void(const V4lX::ImageProperties& source, const V4lX::ImageProperties& target)>
         onPrepare = [](const auto&, const auto&) {};
     std::function<void(const void* source, void* target, std::size_t size)> onProcess =
-        [](const void*, void*, std::size_t) {};
+        [](const void* source, void* target, std::size_t size) {
+            std::memcpy(target, source, size);
+        };
 
 private:
     void Prepare(const V4lX::ImageProperties& source, const V4lX::ImageProperties& target) override
@@ -130,6 +133,14 @@ struct TestGrabber {
     Bell bell;
     std::vector<std::vector<std::uint8_t>> memory;
     V4lX::StreamGrabber grabber;
+};
+
+class GrabberTest : public testing::Test
+{
+protected:
+    FakeCaptureNode node;
+    std::shared_ptr<GivenProcessing> processing = std::make_shared<GivenProcessing>();
+    TestGrabber grabber{node, processing};
 };
 
 } // namespace test

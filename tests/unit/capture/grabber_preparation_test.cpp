@@ -15,6 +15,7 @@ namespace
 {
 
 using test::FakeCaptureNode;
+using test::GrabberTest;
 using test::kPayload;
 using test::TestGrabber;
 using testing::ElementsAre;
@@ -181,13 +182,10 @@ TEST(GrabberPreparation, FailureIsToldAndKeepsTheGrabberFromStartingUntilItIsFin
     }
 }
 
-TEST(GrabberPreparation, ImageProcessingLearnsBothFormats)
+TEST_F(GrabberTest, ImageProcessingLearnsBothFormats)
 {
-    FakeCaptureNode node;
-    const auto processing = std::make_shared<test::GivenProcessing>();
     std::vector<ImageProperties> sides;
     processing->onPrepare = [&](const auto& from, const auto& to) { sides = {from, to}; };
-    TestGrabber grabber(node, processing);
     EXPECT_EQ(Prepare(grabber).result, Result::Success);
     for (const ImageProperties& side : sides)
         EXPECT_EQ(std::tie(side.width, side.height, side.payloadSize),
@@ -196,16 +194,13 @@ TEST(GrabberPreparation, ImageProcessingLearnsBothFormats)
     EXPECT_EQ(sides.at(1).pixelFormat, Pfnc::YUV422_8_UYVY);
 }
 
-TEST(GrabberPreparation, ContradictingPropertiesPassUpAndLeaveNothing)
+TEST_F(GrabberTest, ContradictingPropertiesPassUpAndLeaveNothing)
 {
-    FakeCaptureNode node;
-    const auto processing = std::make_shared<test::GivenProcessing>();
     bool isContradicting = true;
     processing->onPrepare = [&](auto&&...) {
         if (isContradicting)
             throw std::invalid_argument("widths");
     };
-    TestGrabber grabber(node, processing);
     grabber->Open();
     EXPECT_THROW(grabber->prepareCapturing(), std::invalid_argument);
     EXPECT_FALSE(grabber->IsPrepared());

@@ -13,11 +13,8 @@ namespace V4lX
 namespace
 {
 
-using test::FakeCaptureNode;
-using test::TestGrabber;
-
 /// Two buffers are queued, and the first is in the middle of its copy.
-class CopyInProgress : public testing::Test
+class CopyInProgress : public test::GrabberTest
 {
 protected:
     CopyInProgress()
@@ -59,12 +56,9 @@ protected:
             std::this_thread::yield();
     }
 
-    FakeCaptureNode node;
     std::promise<void> isCopying;
     std::promise<void> release;
     std::atomic<bool> isCopied{false};
-    std::shared_ptr<test::GivenProcessing> processing = std::make_shared<test::GivenProcessing>();
-    TestGrabber grabber{node, processing};
 };
 
 TEST_F(CopyInProgress, TakeBackBuffersWaitsForItsEndAndKeepsTheResult)

@@ -18,6 +18,7 @@ namespace
 
 using test::FakeCaptureNode;
 using test::Frame;
+using test::GrabberTest;
 using test::kHeight;
 using test::kPayload;
 using test::kWidth;
@@ -62,10 +63,8 @@ TEST(StreamGrabber, CallsTheNodeInOrder)
     }
 }
 
-TEST(StreamGrabber, CallsInTheWrongStateAreRefused)
+TEST_F(GrabberTest, CallsInTheWrongStateAreRefused)
 {
-    FakeCaptureNode node;
-    TestGrabber grabber(node);
     EXPECT_EQ(grabber->prepareCapturing(), Result::Failure) << "closed";
     grabber->Open();
     EXPECT_EQ(grabber->startCapturing(), Result::BadState);
@@ -82,10 +81,8 @@ TEST(StreamGrabber, CallsInTheWrongStateAreRefused)
     EXPECT_EQ(grabber->prepareCapturing(), Result::Success) << "again";
 }
 
-TEST(StreamGrabber, OpenOfARunningGrabberEndsWhatRuns)
+TEST_F(GrabberTest, OpenOfARunningGrabberEndsWhatRuns)
 {
-    FakeCaptureNode node;
-    TestGrabber grabber(node);
     grabber.Start();
     EXPECT_EQ(grabber->Open(), Result::Success);
     EXPECT_FALSE(grabber->IsPrepared());
@@ -107,10 +104,8 @@ TEST(StreamGrabber, OpenNeedsACharacterDevice)
     }
 }
 
-TEST(StreamGrabber, BufferHandlesAndTheirErrors)
+TEST_F(GrabberTest, BufferHandlesAndTheirErrors)
 {
-    FakeCaptureNode node;
-    TestGrabber grabber(node);
     grabber->Open();
     EXPECT_EQ(grabber->RegisterBuffer(nullptr, 1, nullptr), Result::BadArgument);
     EXPECT_EQ(grabber.Register(), 1u);
@@ -133,10 +128,8 @@ TEST(StreamGrabber, BufferHandlesAndTheirErrors)
     EXPECT_EQ(grabber->DeregisterBuffer(2, nullptr), Result::Success);
 }
 
-TEST(StreamGrabber, RetrieveOfNothingWritesNothing)
+TEST_F(GrabberTest, RetrieveOfNothingWritesNothing)
 {
-    FakeCaptureNode node;
-    TestGrabber grabber(node);
     GrabResult result{};
     result.frameId = 77;
     std::size_t remaining = 88;
@@ -206,10 +199,8 @@ TEST(StreamGrabber, FramesAreNumberedFromOneWithTheGapsOfTheKernel)
     }
 }
 
-TEST(StreamGrabber, DamagedAndMissingFramesAreTold)
+TEST_F(GrabberTest, DamagedAndMissingFramesAreTold)
 {
-    FakeCaptureNode node;
-    TestGrabber grabber(node);
     grabber.Start(3);
     for (const Frame& frame : {Frame{5}, Frame{6, true}, Frame{9}, Frame{10}})
         node.PushFrame(frame);
@@ -266,10 +257,8 @@ TEST(StreamGrabber, FinishReturnsWhatIsStillQueuedInItsOrder)
     }
 }
 
-TEST(StreamGrabber, BufferSmallerThanThePayloadIsNotWrittenTo)
+TEST_F(GrabberTest, BufferSmallerThanThePayloadIsNotWrittenTo)
 {
-    FakeCaptureNode node;
-    TestGrabber grabber(node);
     grabber->Open();
     grabber->QueueBuffer(grabber.Register(kPayload - 1), 0);
     grabber->prepareCapturing();
@@ -285,13 +274,10 @@ TEST(StreamGrabber, BufferSmallerThanThePayloadIsNotWrittenTo)
     EXPECT_EQ(grabber->GetPreparedPayloadSize(), 0u);
 }
 
-TEST(StreamGrabber, BytesUsedAreBoundedByTheMapping)
+TEST_F(GrabberTest, BytesUsedAreBoundedByTheMapping)
 {
-    FakeCaptureNode node;
-    const auto processing = std::make_shared<test::GivenProcessing>();
     std::vector<std::size_t> sizes;
     processing->onProcess = [&](const void*, void*, std::size_t size) { sizes.push_back(size); };
-    TestGrabber grabber(node, processing);
     grabber.Start(2);
     testing::internal::CaptureStderr();
     node.PushFrame({1, false, 0x7FFFFFFF});
@@ -305,10 +291,8 @@ TEST(StreamGrabber, BytesUsedAreBoundedByTheMapping)
     EXPECT_THAT(trace, testing::HasSubstr("Got unexpected buffer size 100. Expected: 256 bytes\n"));
 }
 
-TEST(StreamGrabber, UnknownKernelBufferEndsTheThreadOnly)
+TEST_F(GrabberTest, UnknownKernelBufferEndsTheThreadOnly)
 {
-    FakeCaptureNode node;
-    TestGrabber grabber(node);
     grabber->Open();
     grabber.Queue(1);
     grabber->prepareCapturing();
@@ -323,12 +307,9 @@ TEST(StreamGrabber, UnknownKernelBufferEndsTheThreadOnly)
                                    "Working with 4 buffers only. Bailing out\n"));
 }
 
-TEST(StreamGrabber, ExceptionOnTheCaptureThreadReturnsItsBuffer)
+TEST_F(GrabberTest, ExceptionOnTheCaptureThreadReturnsItsBuffer)
 {
-    FakeCaptureNode node;
-    const auto processing = std::make_shared<test::GivenProcessing>();
     processing->onProcess = [](auto&&...) { throw std::logic_error("broken"); };
-    TestGrabber grabber(node, processing);
     grabber.Start(2);
     node.PushFrame({1});
     grabber.bell.WaitFor(1);
@@ -338,10 +319,8 @@ TEST(StreamGrabber, ExceptionOnTheCaptureThreadReturnsItsBuffer)
     EXPECT_EQ(grabber.Retrieve().error, test::kNone) << "the second was taken back";
 }
 
-TEST(StreamGrabber, HooksStandAroundTheStreamCalls)
+TEST_F(GrabberTest, HooksStandAroundTheStreamCalls)
 {
-    FakeCaptureNode node;
-    TestGrabber grabber(node);
     std::vector<std::string> seen;
     const auto note = [&](const char* name) {
         return [&, name] {
@@ -390,10 +369,8 @@ TEST(StreamGrabber, EvenFrameRuleAsksForOneMoreFrame)
     }
 }
 
-TEST(StreamGrabber, EvenFrameRuleGivesUpAndTheNextAcquisitionDelivers)
+TEST_F(GrabberTest, EvenFrameRuleGivesUpAndTheNextAcquisitionDelivers)
 {
-    FakeCaptureNode node;
-    TestGrabber grabber(node);
     const std::string trace = StopByEvenFrameRule(grabber, 3);
     EXPECT_THAT(trace, testing::HasSubstr(" Cannot generate single frame\n"));
     EXPECT_THAT(trace, testing::HasSubstr(" Could not ensure to grab even count of frames in "));

@@ -15,20 +15,14 @@ namespace
 
 int g_modules = 0;
 
-// A module that counts how many of its kind live and remembers its listener.
+// A module that counts how many of its kind live.
 struct CountedModule final : mcm::ICameraModule {
     CountedModule() { ++g_modules; }
     ~CountedModule() override { --g_modules; }
     mcm::BusDevice GetBootstrapDevice() override { throw std::runtime_error("no bus here"); }
-    void DeviceReset() override { listener->OnDeviceLost(); }
-    void RegisterCallback(IModuleEvent* newListener) override { listener = newListener; }
-    void UnregisterCallback() override { listener = nullptr; }
-    IModuleEvent* listener = nullptr;
-};
-
-struct Listener final : Camera::ISurpriseRemoval {
-    void OnSurpriseRemoval() override { ++notices; }
-    int notices = 0;
+    void DeviceReset() override {}
+    void RegisterCallback(IModuleEvent*) override {}
+    void UnregisterCallback() override {}
 };
 
 class CameraTest : public testing::Test
@@ -78,19 +72,6 @@ TEST_F(CameraTest, AFailureToOpenLeavesItClosedAndOpenable)
     isBroken_ = false;
     EXPECT_EQ(camera_.Open(), 0);
     EXPECT_NE(camera_.GetCameraModule(), nullptr);
-}
-
-TEST_F(CameraTest, AResetReachesTheListenerWhileThereIsOne)
-{
-    ASSERT_EQ(camera_.Open(), 0);
-    Listener listener;
-    camera_.GetCameraModule()->DeviceReset();
-    camera_.SetSurpriseRemovalHandler(&listener);
-    camera_.GetCameraModule()->DeviceReset();
-    EXPECT_EQ(listener.notices, 1);
-    camera_.ClearSurpriseRemovalHandler();
-    camera_.GetCameraModule()->DeviceReset();
-    EXPECT_EQ(listener.notices, 1);
 }
 
 } // namespace GenTLProducer
