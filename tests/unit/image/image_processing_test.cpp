@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <linux/videodev2.h>
 
+#include "../support/outcome.h"
 #include "base/pfnc.h"
 #include "image/ap1302_image_processing.h"
 #include "image/copy_processing.h"
@@ -43,17 +44,6 @@ Bytes Counting(std::size_t size)
     return bytes;
 }
 
-template <typename Function>
-std::string ErrorOf(Function call)
-{
-    try {
-        call();
-    } catch (const std::invalid_argument& error) {
-        return error.what();
-    }
-    return {};
-}
-
 TEST(CopyProcessing, CopiesTheSmallerOfFrameAndPayload)
 {
     CopyProcessing copy;
@@ -79,7 +69,7 @@ TEST(CopyProcessing, BothSidesMustHaveOneSize)
     };
     for (const auto& row : rows) {
         CopyProcessing copy;
-        EXPECT_EQ(ErrorOf([&] { copy.Prepare(row.source, {4, 2, 0, 8}); }), row.text);
+        EXPECT_EQ(errorOf([&] { copy.Prepare(row.source, {4, 2, 0, 8}); }), row.text);
     }
 }
 
@@ -158,7 +148,6 @@ TEST(AP1302ImageProcessing, FormatsSelectTheOperation)
         {Pfnc::YUV422_8_UYVY, V4L2_PIX_FMT_UYVY, false},
         {Pfnc::YCbCr420_8_YY_CbCr_Semiplanar, V4L2_PIX_FMT_NV12, true},
         {Pfnc::YUV422_8, V4L2_PIX_FMT_YUYV, false},
-        {Pfnc::YCbCr420_8_YY_CbCr_Semiplanar, V4L2_PIX_FMT_NV12, true},
     };
     const Bytes source = {1, 2, 3, 4, 5, 6};
     AP1302ImageProcessing processing;

@@ -1,8 +1,5 @@
 #include "modules/generic/info_records.h"
 
-#include <array>
-#include <cstring>
-
 #include <boost/make_shared.hpp>
 #include <gtest/gtest.h>
 
@@ -47,36 +44,34 @@ InfoPtr makeUrlInfo(const char* sha1)
 // The whole protocol on one string and one number: size query, too small, exact, larger.
 TEST(InfoProtocol, TellsSizesAndCopiesOnlyWhatFits)
 {
-    const InfoPtr info = makeDeviceInfo();
-    INFO_DATATYPE type = 99;
-    std::size_t size = 12345;
-    EXPECT_EQ(info->GetInfo(DEVICE_INFO_SERIAL_NUMBER, &type, nullptr, &size), GC_ERR_SUCCESS);
-    EXPECT_EQ(type, INFO_DATATYPE_STRING);
-    EXPECT_EQ(size, 5u);
-
-    std::array<char, 8> text;
-    text.fill('#');
-    size = 4;
-    EXPECT_EQ(info->GetInfo(DEVICE_INFO_SERIAL_NUMBER, &type, text.data(), &size),
-              GC_ERR_BUFFER_TOO_SMALL);
-    EXPECT_EQ(size, 4u) << "a refusal leaves the size alone";
-    EXPECT_EQ(text[0], '#');
-    size = text.size();
-    EXPECT_EQ(info->GetInfo(DEVICE_INFO_SERIAL_NUMBER, &type, text.data(), &size), GC_ERR_SUCCESS);
-    EXPECT_EQ(size, 5u);
-    EXPECT_STREQ(text.data(), "0042");
-    EXPECT_EQ(text[5], '#');
-
-    std::array<std::uint8_t, 5> status{1, 1, 1, 1, 0xEE};
-    size = 3;
-    EXPECT_EQ(info->GetInfo(DEVICE_INFO_ACCESS_STATUS, &type, status.data(), &size),
-              GC_ERR_BUFFER_TOO_SMALL);
-    size = status.size();
-    EXPECT_EQ(info->GetInfo(DEVICE_INFO_ACCESS_STATUS, &type, status.data(), &size),
-              GC_ERR_SUCCESS);
-    EXPECT_EQ(type, INFO_DATATYPE_INT32);
-    EXPECT_EQ(size, 4u);
-    EXPECT_EQ(status, (std::array<std::uint8_t, 5>{0, 0, 0, 0, 0xEE}));
+    const std::string untouched = "########";
+    const std::string text("0042\0###", 8);
+    const struct {
+        std::int32_t command;
+        std::size_t room; // 0: none at all
+        GC_ERROR result;
+        std::size_t size;
+        INFO_DATATYPE type;
+        std::string content;
+    } kCases[] = {
+        {DEVICE_INFO_SERIAL_NUMBER, 0, GC_ERR_SUCCESS, 5, INFO_DATATYPE_STRING, untouched},
+        {DEVICE_INFO_SERIAL_NUMBER, 4, GC_ERR_BUFFER_TOO_SMALL, 4, INFO_DATATYPE_STRING, untouched},
+        {DEVICE_INFO_SERIAL_NUMBER, 5, GC_ERR_SUCCESS, 5, INFO_DATATYPE_STRING, text},
+        {DEVICE_INFO_SERIAL_NUMBER, 8, GC_ERR_SUCCESS, 5, INFO_DATATYPE_STRING, text},
+        {DEVICE_INFO_ACCESS_STATUS, 3, GC_ERR_BUFFER_TOO_SMALL, 3, INFO_DATATYPE_INT32, untouched},
+        {DEVICE_INFO_ACCESS_STATUS, 8, GC_ERR_SUCCESS, 4, INFO_DATATYPE_INT32,
+         std::string("\0\0\0\0####", 8)},
+    };
+    for (const auto& row : kCases) {
+        std::string content = untouched;
+        INFO_DATATYPE type = kUntouched;
+        std::size_t size = row.room;
+        char* const buffer = row.room != 0 ? content.data() : nullptr;
+        EXPECT_EQ(makeDeviceInfo()->GetInfo(row.command, &type, buffer, &size), row.result);
+        EXPECT_EQ(size, row.size);
+        EXPECT_EQ(type, row.type);
+        EXPECT_EQ(content, row.content);
+    }
 }
 
 TEST(InfoProtocol, UnknownCommandsClearTypeAndSize)

@@ -115,6 +115,7 @@ TEST(HandlerSearch, TheIdentificationMustBeExact)
         nodes.board.Write(row.file, row.content);
         V4L2::EnumerateResult enumeration;
         enumeration.videoNodes = nodes.paths;
+        enumeration.videoNodes.push_back("/nowhere/video0"); // can't be opened
         for (const PlatformPipelineHandlerMaker make : PlatformPipelineHandlerFactory()) {
             const auto handler = make();
             EXPECT_EQ(found(*handler, enumeration),
