@@ -18,10 +18,7 @@ TEST(LastError, AtLoadTheRecordSaysNotInitialized)
 
 TEST(LastError, TextsCoverEveryRangeOfCodes)
 {
-    const struct {
-        std::int32_t code;
-        const char* text;
-    } kCases[] = {
+    const std::pair<std::int32_t, const char*> kCases[] = {
         {0, "No Error"},
         {-1001, "Unspecified runtime error"},
         {-1015, "A given address is out of range or invalid for internal reasons"},
@@ -32,8 +29,8 @@ TEST(LastError, TextsCoverEveryRangeOfCodes)
         {-10001, "Implementation specific error occurred"},
         {7, "Invalid error code"},
     };
-    for (const auto& row : kCases)
-        EXPECT_STREQ(ErrorText(row.code), row.text) << row.code;
+    for (const auto& [code, text] : kCases)
+        EXPECT_STREQ(ErrorText(code), text) << code;
 }
 
 TEST(LastError, ATextOfItsOwnGoesBeforeTheFixedOne)

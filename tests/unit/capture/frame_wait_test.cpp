@@ -101,10 +101,7 @@ TEST_F(FrameWaitTest, StopWinsOverAReadyFrameAndStays)
 
 TEST_F(FrameWaitTest, PausesFromTheSecondRoundInARowWithoutAFrame)
 {
-    const struct {
-        std::vector<int> answers;
-        std::vector<PollCall> polls;
-    } rows[] = {
+    const std::pair<std::vector<int>, std::vector<PollCall>> rows[] = {
         {{kFrame, kFrame}, {kWait, kWait, kWait}},
         {{EAGAIN}, {kWait, kWait}},
         {{EAGAIN, EAGAIN}, {kWait, kWait, kShortPause, kWait}},
@@ -115,13 +112,13 @@ TEST_F(FrameWaitTest, PausesFromTheSecondRoundInARowWithoutAFrame)
         {{EAGAIN, EAGAIN, kFrame}, {kWait, kWait, kShortPause, kWait, kWait}},
         {{ENOMEM, ENOMEM}, {kWait, kWait, kLongPause, kWait}},
     };
-    for (const auto& row : rows) {
+    for (const auto& [answers, expected] : rows) {
         FrameWait fresh(device, *stopPipe);
         polls.clear();
-        for (const int answer : row.answers)
+        for (const int answer : answers)
             PassRound(fresh, answer);
         fresh.Wait();
-        EXPECT_THAT(polls, ElementsAreArray(row.polls));
+        EXPECT_THAT(polls, ElementsAreArray(expected));
     }
 }
 

@@ -28,19 +28,14 @@ constexpr std::uint32_t kMulti = V4L2_CAP_VIDEO_CAPTURE_MPLANE | V4L2_CAP_STREAM
 
 TEST(PixelFormatTable, NamesTheFormatsOfTheCaptureNode)
 {
-    const struct {
-        std::uint32_t pfncValue;
-        const char* fourcc;
-    } rows[] = {
+    const std::pair<std::uint32_t, const char*> rows[] = {
         {0x01080001, "BA81"}, {0x01080008, "BA81"}, {0x010A0046, "Y10B"}, {0x010A0056, "pBAA"},
         {0x010C0047, "pBCC"}, {0x010C0057, "pBCC"}, {0x01100003, "BG10"}, {0x0110000C, "BG10"},
         {0x01100005, "BG12"}, {0x01100010, "BG12"}, {0x01100007, "BYR2"}, {0x0110002E, "BYR2"},
         {0x020C0112, "NV12"}, {0x0210001F, "UYVY"}, {0x02100032, "YUYV"}, {0x02180014, "RGB3"},
     };
-    for (const auto& row : rows) {
-        const char* c = row.fourcc;
-        EXPECT_EQ(FindFourcc(row.pfncValue), v4l2_fourcc(c[0], c[1], c[2], c[3])) << c;
-    }
+    for (const auto& [pfncValue, c] : rows)
+        EXPECT_EQ(FindFourcc(pfncValue), v4l2_fourcc(c[0], c[1], c[2], c[3])) << c;
     for (const std::uint32_t unknown : {0u, 0x01080009u, 0x01080000u, 0x31384142u})
         EXPECT_EQ(FindFourcc(unknown), std::nullopt);
 }
@@ -109,6 +104,7 @@ TEST(GrabberPreparation, BusyNodeIsStoppedOnce)
         int calls = 0;
         node.handlers[VIDIOC_S_FMT] = [&](void* argument) {
             auto& format = *static_cast<v4l2_format*>(argument);
+            EXPECT_EQ(format.fmt.pix.sizeimage, 0u) << "what the driver left behind";
             const int error = calls++ == 0 ? row.first : row.second;
             format.fmt.pix.sizeimage = error == 0 ? static_cast<__u32>(kPayload) : 1;
             return error;

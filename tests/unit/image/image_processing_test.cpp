@@ -160,19 +160,16 @@ TEST(AP1302ImageProcessing, FormatsSelectTheOperation)
 
 TEST(AP1302ImageProcessing, PairWithoutOperationIsRefusedAndDoesNothing)
 {
-    const struct {
-        std::uint32_t pfncValue;
-        std::uint32_t fourcc;
-    } rows[] = {
+    const std::pair<std::uint32_t, std::uint32_t> rows[] = {
         {Pfnc::YUV422_8_UYVY, V4L2_PIX_FMT_YUYV},
         {Pfnc::YUV422_8, V4L2_PIX_FMT_NV12},
         {Pfnc::Mono8, V4L2_PIX_FMT_SBGGR8},
         {0, 0},
     };
     AP1302ImageProcessing processing;
-    for (const auto& row : rows) {
+    for (const auto& [pfncValue, fourcc] : rows) {
         processing.Prepare({2, 2, V4L2_PIX_FMT_UYVY, 8}, {2, 2, Pfnc::YUV422_8_UYVY, 8});
-        EXPECT_THROW(processing.Prepare({2, 2, row.fourcc, 8}, {2, 2, row.pfncValue, 8}),
+        EXPECT_THROW(processing.Prepare({2, 2, fourcc, 8}, {2, 2, pfncValue, 8}),
                      UnsupportedFormats);
         EXPECT_EQ(Processed(processing, Counting(8), 8), Bytes(8, kUntouched));
     }

@@ -22,58 +22,56 @@ boost::shared_ptr<IModule> makeModule()
     return boost::make_shared<CDefaultStreamBuffer>(0, 0);
 }
 
+class Registry : public testing::Test
+{
+protected:
+    void TearDown() override { HandleRegistry::Destroy(); }
+
+    const boost::shared_ptr<HandleRegistry> registry_ = HandleRegistry::Instance();
+    const Handle module_ = registry_->AddModule(makeModule());
+    const Handle port_ = registry_->AddPort(makeModule());
+    const Handle source_ = registry_->AddEventSource(makeModule());
+    const Handle event_ = registry_->AddEvent(boost::make_shared<CNodemapDeliveredEvent>(4));
+};
+
 } // namespace
 
-TEST(HandleRegistry, HandlesCarryTheirKindAndAreNeverUsedTwice)
+TEST_F(Registry, HandlesCarryTheirKindAndAreNeverUsedTwice)
 {
-    const auto registry = HandleRegistry::Instance();
-    const Handle module = registry->AddModule(makeModule());
-    const Handle port = registry->AddPort(makeModule());
-    const Handle source = registry->AddEventSource(makeModule());
-    const Handle event = registry->AddEvent(boost::make_shared<CNodemapDeliveredEvent>(4));
-    EXPECT_EQ(KindOf(module), HandleKind::Module);
-    EXPECT_EQ(KindOf(port), HandleKind::Port);
-    EXPECT_EQ(KindOf(source), HandleKind::EventSource);
-    EXPECT_EQ(KindOf(event), HandleKind::Event);
-    EXPECT_LT(module >> 4, port >> 4);
-    EXPECT_EQ(registry->Count(), 4u);
+    EXPECT_EQ(KindOf(module_), HandleKind::Module);
+    EXPECT_EQ(KindOf(port_), HandleKind::Port);
+    EXPECT_EQ(KindOf(source_), HandleKind::EventSource);
+    EXPECT_EQ(KindOf(event_), HandleKind::Event);
+    EXPECT_LT(module_ >> 4, port_ >> 4);
+    EXPECT_EQ(registry_->Count(), 4u);
     HandleRegistry::Destroy();
-    const Handle later = HandleRegistry::Instance()->AddModule(makeModule());
-    EXPECT_GT(later, event);
-    HandleRegistry::Destroy();
+    EXPECT_GT(HandleRegistry::Instance()->AddModule(makeModule()), event_);
 }
 
-TEST(HandleRegistry, LookUpsFindTheRightKindOnly)
+TEST_F(Registry, LookUpsFindTheRightKindOnly)
 {
-    const auto registry = HandleRegistry::Instance();
-    const Handle module = registry->AddModule(makeModule());
-    const Handle port = registry->AddPort(makeModule());
-    const Handle event = registry->AddEvent(boost::make_shared<CNodemapDeliveredEvent>(4));
-    EXPECT_TRUE(registry->GetModule(module));
-    EXPECT_TRUE(registry->GetPort(module)) << "a module is a port";
-    EXPECT_TRUE(registry->GetEventSource(module)) << "and an event source";
-    EXPECT_TRUE(registry->GetPort(port));
-    EXPECT_FALSE(registry->GetModule(port));
-    EXPECT_FALSE(registry->GetEventSource(port));
-    EXPECT_TRUE(registry->GetEvent(event));
-    EXPECT_FALSE(registry->GetEvent(module));
-    EXPECT_FALSE(registry->GetModuleAs<IStream>(module)) << "a module of another type";
-    HandleRegistry::Destroy();
+    EXPECT_TRUE(registry_->GetModule(module_));
+    EXPECT_TRUE(registry_->GetPort(module_)) << "a module is a port";
+    EXPECT_TRUE(registry_->GetEventSource(module_)) << "and an event source";
+    EXPECT_TRUE(registry_->GetPort(port_));
+    EXPECT_FALSE(registry_->GetModule(port_));
+    EXPECT_FALSE(registry_->GetEventSource(port_));
+    EXPECT_TRUE(registry_->GetEventSource(source_));
+    EXPECT_TRUE(registry_->GetEvent(event_));
+    EXPECT_FALSE(registry_->GetEvent(module_));
+    EXPECT_FALSE(registry_->GetModuleAs<IStream>(module_)) << "a module of another type";
 }
 
-TEST(HandleRegistry, RemovalEndsTheHandleAndNotTheObjectInUse)
+TEST_F(Registry, RemovalEndsTheHandleAndNotTheObjectInUse)
 {
-    const auto registry = HandleRegistry::Instance();
-    const Handle handle = registry->AddModule(makeModule());
-    boost::shared_ptr<IModule> inUse = registry->GetModule(handle);
+    boost::shared_ptr<IModule> inUse = registry_->GetModule(module_);
     const boost::weak_ptr<IModule> watch = inUse;
-    EXPECT_TRUE(registry->Remove(handle));
-    EXPECT_FALSE(registry->Remove(handle));
-    EXPECT_FALSE(registry->GetModule(handle));
+    EXPECT_TRUE(registry_->Remove(module_));
+    EXPECT_FALSE(registry_->Remove(module_));
+    EXPECT_FALSE(registry_->GetModule(module_));
     EXPECT_FALSE(watch.expired());
     inUse.reset();
     EXPECT_TRUE(watch.expired());
-    HandleRegistry::Destroy();
 }
 
 TEST(HandleRegistry, BufferHandlesAreTheSlotIndex)

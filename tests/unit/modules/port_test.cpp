@@ -24,26 +24,23 @@ boost::shared_ptr<CDefaultUrlInfo> makeUrl(const char* fileName)
 
 TEST(UrlList, IsASequenceOfTextsBehindWhichOneMoreNulStands)
 {
-    const struct {
-        CUrlInfoVector urls;
-        std::string expected;
-    } kCases[] = {
+    const std::pair<CUrlInfoVector, std::string> kCases[] = {
         {{}, std::string(2, '\0')},
         {{makeUrl("a")}, std::string("local:///a;0;0\0\0", 16)},
         {{makeUrl("a"), makeUrl("b")}, std::string("local:///a;0;0\0local:///b;0;0\0\0", 31)},
     };
-    for (const auto& row : kCases) {
+    for (const auto& [urls, expected] : kCases) {
         std::size_t size = 0;
-        EXPECT_EQ(CopyUrlList(row.urls, nullptr, &size), GC_ERR_SUCCESS);
-        EXPECT_EQ(size, row.expected.size());
+        EXPECT_EQ(CopyUrlList(urls, nullptr, &size), GC_ERR_SUCCESS);
+        EXPECT_EQ(size, expected.size());
         std::array<char, 64> list;
         list.fill('#');
-        size = row.expected.size() - 1;
-        EXPECT_EQ(CopyUrlList(row.urls, list.data(), &size), GC_ERR_INVALID_PARAMETER);
+        size = expected.size() - 1;
+        EXPECT_EQ(CopyUrlList(urls, list.data(), &size), GC_ERR_INVALID_PARAMETER);
         EXPECT_EQ(list[0], '#');
         size = list.size();
-        EXPECT_EQ(CopyUrlList(row.urls, list.data(), &size), GC_ERR_SUCCESS);
-        EXPECT_EQ(std::string(list.data(), size), row.expected);
+        EXPECT_EQ(CopyUrlList(urls, list.data(), &size), GC_ERR_SUCCESS);
+        EXPECT_EQ(std::string(list.data(), size), expected);
         EXPECT_EQ(list[size], '#');
     }
 }

@@ -128,10 +128,7 @@ TEST(HandlerSearch, TheIdentificationMustBeExact)
 TEST(HandlerSearch, TheConverterBoardFollowsItsGraphAndAddsItsSingleNodes)
 {
     using Graph = test::FakeMediaNode;
-    const struct {
-        void (*change)(Graph&);
-        const char* found;
-    } rows[] = {
+    const std::pair<void (*)(Graph&), const char*> rows[] = {
         {[](auto&) {}, "/dev/video3</dev/v4l-subdev0 /dev/video5</dev/video5 "},
         {[](auto& g) { g.driver = "mxc-mdx"; }, "/dev/video5</dev/video5 "},
         {[](auto& g) { g.entities[3] = g.Entity(4, "tolmen-camera ", kSensor); },
@@ -148,18 +145,18 @@ TEST(HandlerSearch, TheConverterBoardFollowsItsGraphAndAddsItsSingleNodes)
         {[](auto& g) { g.interfaces[1].devnode.minor = 9; },
          "Could not resolve major:minor (81:9) to device node"},
     };
-    for (const auto& row : rows) {
+    for (const auto& [change, expected] : rows) {
         VideoNodes nodes({{"/dev/video4", "mxc-md"}, {"/dev/video5", "viv_v4l2_device"}});
         nodes.board.Write("/sys/dev/char/81:0/uevent", "MAJOR=81\nMINOR=0\nDEVNAME=video3\n");
         nodes.board.Write("/sys/dev/char/81:1/uevent", "DEVNAME=v4l-subdev0\n");
         Graph graph = converterGraph();
-        row.change(graph);
+        change(graph);
         V4L2::EnumerateResult enumeration;
         enumeration.videoNodes = nodes.paths;
         Graph stranger;
         enumeration.mediaDevices.push_back(stranger.Read());
         enumeration.mediaDevices.push_back(graph.Read());
-        EXPECT_EQ(found(PlatformPipelineHandlerImx8mp(), enumeration), row.found) << &row - rows;
+        EXPECT_EQ(found(PlatformPipelineHandlerImx8mp(), enumeration), expected);
     }
 }
 
@@ -183,10 +180,8 @@ TEST(HandlerSearch, TheReceiverDecidesTheWidthOfTheConverterBoard)
     constexpr char kFirst[] = "/proc/device-tree/soc@0/bus@1/i2c@2/tolmen_camera@36/csi_id";
     constexpr char kSecond[] = "/proc/device-tree/soc@0/bus@1/i2c@3/tolmen_camera@36/csi_id";
     constexpr char kElsewhere[] = "/proc/device-tree/soc@0/i2c@2/tolmen_camera@36/csi_id";
-    const struct {
-        std::map<std::string, std::string> files;
-        std::uint32_t width; // 0: refused
-    } rows[] = {
+    // Files and width; 0: refused.
+    const std::pair<std::map<std::string, std::string>, std::uint32_t> rows[] = {
         {{}, 2048},
         {{{kFirst, std::string("\0\0\0\0", 4)}}, 4096},
         {{{kFirst, std::string("\0\0\0\1", 4)}}, 2048},
@@ -196,15 +191,15 @@ TEST(HandlerSearch, TheReceiverDecidesTheWidthOfTheConverterBoard)
         {{{kElsewhere, std::string("\0\0\0\0", 4)}}, 2048},
         {{{kFirst, std::string("\0\0\0", 3)}}, 0},
     };
-    for (const auto& row : rows) {
+    for (const auto& [files, expected] : rows) {
         test::BoardFiles board;
-        for (const auto& [path, content] : row.files)
+        for (const auto& [path, content] : files)
             board.Write(path, content);
         const PlatformPipelineHandlerImx8mp handler;
         std::uint32_t width = 0;
         EXPECT_EQ(errorOf([&] { width = handler.GetMaxWidth(); }),
-                  row.width ? "" : "Failed to detect camera connection from devicetree");
-        EXPECT_EQ(width, row.width) << &row - rows;
+                  expected ? "" : "Failed to detect camera connection from devicetree");
+        EXPECT_EQ(width, expected);
     }
 }
 

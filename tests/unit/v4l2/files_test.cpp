@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/board_files.h"
+#include "support/outcome.h"
 #include "v4l2/device_node.h"
 
 namespace V4L2
@@ -14,10 +15,7 @@ TEST(ReadFirstLine, EndsAtALineEndOrNul)
 {
     test::BoardFiles board;
     const std::string path = "/sys/devices/soc0/soc_id";
-    const struct {
-        std::string content;
-        std::string line;
-    } rows[] = {
+    const std::pair<std::string, std::string> rows[] = {
         {"i.MX8MM\n", "i.MX8MM"},
         {"i.MX8MM", "i.MX8MM"},
         {"i.MX8MM-lite\nsecond\n", "i.MX8MM-lite"},
@@ -27,9 +25,9 @@ TEST(ReadFirstLine, EndsAtALineEndOrNul)
         {"", ""},
         {std::string(5000, 'x'), std::string(4096, 'x')},
     };
-    for (const auto& row : rows) {
-        board.Write(path, row.content);
-        EXPECT_EQ(ReadFirstLine(path), row.line);
+    for (const auto& [content, line] : rows) {
+        board.Write(path, content);
+        EXPECT_EQ(ReadFirstLine(path), line);
     }
     EXPECT_EQ(ReadFirstLine("/sys/devices/none"), "");
     EXPECT_EQ(ReadFirstLine("/sys/devices/soc0"), "") << "a folder";
@@ -38,10 +36,7 @@ TEST(ReadFirstLine, EndsAtALineEndOrNul)
 TEST(ResolveDeviceNode, TakesTheFirstDeviceName)
 {
     test::BoardFiles board;
-    const struct {
-        std::string uevent;
-        std::string path;
-    } rows[] = {
+    const std::pair<std::string, std::string> rows[] = {
         {"MAJOR=81\nMINOR=0\nDEVNAME=video0\n", "/dev/video0"},
         {"DEVNAME=v4l/by-id/a b\nDEVNAME=video1", "/dev/v4l/by-id/a b"},
         {"MAJOR=81\n", ""},
@@ -49,14 +44,12 @@ TEST(ResolveDeviceNode, TakesTheFirstDeviceName)
         {"DEVNAME=\nDEVNAME=video0\n", ""},
         {"", ""},
     };
-    for (const auto& row : rows) {
-        board.Write("/sys/dev/char/81:3/uevent", row.uevent);
-        try {
-            EXPECT_EQ(ResolveDeviceNode(81, 3), row.path);
-        } catch (const std::runtime_error& error) {
-            EXPECT_EQ(row.path, "");
-            EXPECT_STREQ(error.what(), "Could not resolve major:minor (81:3) to device node");
-        }
+    for (const auto& [uevent, expected] : rows) {
+        board.Write("/sys/dev/char/81:3/uevent", uevent);
+        std::string path;
+        EXPECT_EQ(errorOf([&] { path = ResolveDeviceNode(81, 3); }),
+                  expected.empty() ? "Could not resolve major:minor (81:3) to device node" : "");
+        EXPECT_EQ(path, expected);
     }
     EXPECT_THROW(ResolveDeviceNode(81, 4), std::runtime_error);
 }

@@ -79,10 +79,7 @@ TEST(MediaDevice, FailuresAreToldAndCloseTheNode)
     const std::string info = "Failed to get media device info: ";
     const std::string topology = "Failed to get media device topology: ";
     const auto wordsOf = [](int error) { return std::generic_category().message(error); };
-    const struct {
-        Change change;
-        std::string text;
-    } rows[] = {
+    const std::pair<Change, std::string> rows[] = {
         {[](auto& n) { n.infoError = ENOTTY; }, info + wordsOf(ENOTTY)},
         {[](auto& n) { n.topologyError = EIO; }, topology + wordsOf(EIO)},
         {[](auto& n) { n.topologyError = ENOSPC; }, topology + wordsOf(ENOSPC)},
@@ -105,11 +102,11 @@ TEST(MediaDevice, FailuresAreToldAndCloseTheNode)
          },
          ""},
     };
-    for (const auto& row : rows) {
+    for (const auto& [change, text] : rows) {
         FakeMediaNode node;
-        row.change(node);
-        EXPECT_EQ(errorOf([&] { node.Read(); }), row.text);
-        EXPECT_EQ(node.openDescriptors, 0) << row.text;
+        change(node);
+        EXPECT_EQ(errorOf([&] { node.Read(); }), text);
+        EXPECT_EQ(node.openDescriptors, 0) << text;
         EXPECT_LT(node.topologyCalls, 100u);
     }
     EXPECT_EQ(errorOf([] { MediaDevice("/nowhere/media0"); }),
@@ -158,10 +155,7 @@ TEST(FindCaptureAndCamera, TakesTheFirstVideoNodeAndTheFirstSensor)
     test::BoardFiles board;
     board.Write("/sys/dev/char/81:0/uevent", "DEVNAME=video3\n");
     board.Write("/sys/dev/char/81:1/uevent", "DEVNAME=v4l-subdev0\n");
-    const struct {
-        Change change;
-        const char* error;
-    } rows[] = {
+    const std::pair<Change, const char*> rows[] = {
         {[](auto&) {}, ""},
         {[](auto& n) { n.interfaces[0].intf_type = kSubdevice; }, "Could not find capture device"},
         {[](auto& n) { n.entities[2].function = 0; }, "Could not find camera device"},
@@ -170,14 +164,14 @@ TEST(FindCaptureAndCamera, TakesTheFirstVideoNodeAndTheFirstSensor)
         {[](auto& n) { n.interfaces[1].devnode.minor = 9; },
          "Could not resolve major:minor (81:9) to device node"},
     };
-    for (const auto& row : rows) {
+    for (const auto& [change, error] : rows) {
         FakeMediaNode node;
-        row.change(node);
+        change(node);
         const MediaDevice device = node.Read();
         std::pair<std::string, std::string> nodes;
-        EXPECT_EQ(errorOf([&] { nodes = FindCaptureAndCamera(device); }), row.error);
-        EXPECT_EQ(nodes.first, *row.error == '\0' ? "/dev/video3" : "");
-        EXPECT_EQ(nodes.second, *row.error == '\0' ? "/dev/v4l-subdev0" : "");
+        EXPECT_EQ(errorOf([&] { nodes = FindCaptureAndCamera(device); }), error);
+        EXPECT_EQ(nodes.first, *error == '\0' ? "/dev/video3" : "");
+        EXPECT_EQ(nodes.second, *error == '\0' ? "/dev/v4l-subdev0" : "");
     }
 }
 

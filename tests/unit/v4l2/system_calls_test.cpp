@@ -12,16 +12,6 @@ namespace V4L2
 namespace
 {
 
-TEST(IoctlResult, PacksValueBelowErrorNumber)
-{
-    EXPECT_EQ(IoctlResult(-1, 22).packed(), 0x00000016'FFFFFFFFu);
-    EXPECT_EQ(IoctlResult(3, 0).packed(), 3u);
-    EXPECT_TRUE(IoctlResult(-1, 22).hasFailed());
-    EXPECT_EQ(IoctlResult(-1, 22).error(), 22);
-    EXPECT_EQ(IoctlResult(-7, 1).value(), -7);
-    EXPECT_FALSE(IoctlResult(-7, 1).hasFailed());
-}
-
 TEST(RealSystemCalls, IoctlIsRepeatedWhileASignalInterruptsIt)
 {
     test::BoardFiles board;

@@ -89,20 +89,17 @@ TEST(VideoDevice, RefusedNodeIsClosedAgain)
 
 TEST(VideoDevice, CapabilitiesDecideTheBufferType)
 {
-    const struct {
-        std::uint32_t capabilities;
-        std::uint32_t type;
-    } rows[] = {
+    const std::pair<std::uint32_t, std::uint32_t> rows[] = {
         {kSingle, V4L2_BUF_TYPE_VIDEO_CAPTURE},
         {kMulti, V4L2_BUF_TYPE_VIDEO_CAPTURE_MPLANE},
         {kSingle | V4L2_CAP_VIDEO_OUTPUT_MPLANE, V4L2_BUF_TYPE_VIDEO_CAPTURE_MPLANE},
         {kSingle | V4L2_CAP_VIDEO_M2M_MPLANE, V4L2_BUF_TYPE_VIDEO_CAPTURE_MPLANE},
         {kSingle | V4L2_CAP_VIDEO_OUTPUT, V4L2_BUF_TYPE_VIDEO_CAPTURE},
     };
-    for (const auto& row : rows) {
+    for (const auto& [capabilities, type] : rows) {
         FakeCaptureNode node;
-        node.capabilities = row.capabilities;
-        EXPECT_EQ(VideoDevice("/dev/video9", node.Calls()).GetFormat().type, row.type);
+        node.capabilities = capabilities;
+        EXPECT_EQ(VideoDevice("/dev/video9", node.Calls()).GetFormat().type, type);
     }
 }
 
@@ -229,6 +226,7 @@ TEST(VideoDevice, DequeueOfABufferNotQueuedGivesNothing)
     device->QueueBuffer(*buffers[0]);
     device->QueueBuffer(*buffers[1]);
     device->StreamOn();
+    EXPECT_EQ(device->DequeueBuffer(), nullptr) << "no frame yet";
     node.PushFrame({9, true, 1, 2});
     EXPECT_EQ(device->DequeueBuffer(), nullptr);
     EXPECT_EQ(buffers[2]->sequence, 0u);
