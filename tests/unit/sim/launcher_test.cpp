@@ -41,7 +41,6 @@ TEST(Launcher, ExitCodesAndMessages)
         {"--board imx8mm", 2, "no command"},
         {"--board nonsense -- true", 2, "--board: \"nonsense\" is not a board"},
         {"--board imx8mm --fps fast -- true", 2, "--fps: \"fast\" is not a number from 0 to"},
-        {"--board imx8mm --form", 2, "--form"},
         {"--board imx8mm --driver-version 2 -- true", 2,
          "--driver-version: \"2\" is not a version like 1.0"},
         {"--board imx8mm --fault open:EGG -- true", 2,

@@ -110,9 +110,6 @@ TEST(Renderer, RefusesSizesThatTheIspCannotSend)
 {
     for (const auto& [width, height] : {std::pair{0u, 8u}, {8u, 0u}, {7u, 8u}, {8u, 7u}})
         EXPECT_TRUE(Render(Chart(), Region(width, height, 0, 0, 1), FrameLayout::Uyvy).empty());
-    EXPECT_EQ(SentLayout(0x50, FrameLayout::Yuyv), FrameLayout::Yuyv);
-    EXPECT_EQ(SentLayout(0x51, FrameLayout::Yuyv), FrameLayout::LineInterleaved420);
-    EXPECT_FALSE(SentLayout(0x8A, FrameLayout::Uyvy));
 }
 
 TEST(Counter, RefusesWhatIsNoCounter)
