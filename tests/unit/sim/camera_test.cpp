@@ -184,5 +184,17 @@ TEST(Isp, AtomicRecordTakesEffectTogether)
     EXPECT_EQ(camera->PeekIsp16(isp::kPreviewRoiX0), 300);
 }
 
+TEST(Isp, ListenerHearsOfChangesOnly)
+{
+    BootedCamera camera;
+    int calls = 0;
+    camera->SetStreamListener([&] { ++calls; });
+    camera.Read(isp::kChipVersion);
+    EXPECT_EQ(calls, 0);
+    camera.ToggleStall();
+    EXPECT_EQ(calls, 1);
+    camera->SetStreamListener({});
+}
+
 } // namespace
 } // namespace zevo_sim

@@ -94,9 +94,9 @@ TEST_F(Devices, ClosingPastTheBoardFreesTheNode)
     const int other = fileno(file);
     const int copy = dup(other);
     EXPECT_EQ(NodeCalls(other).Request(2), 0);
-    EXPECT_EQ(fclose(file), 0);
-    EXPECT_EQ(NodeCalls(fd).Request(2), -1) << "the copy is open";
     EXPECT_EQ(close(copy), 0);
+    EXPECT_EQ(NodeCalls(fd).Request(2), -1) << "the file is open";
+    EXPECT_EQ(fclose(file), 0) << "which closes past close()";
     EXPECT_EQ(NodeCalls(fd).Request(2) | NodeCalls(fd).Request(0), 0);
     const int reused = open("/dev/null", O_RDWR);
     EXPECT_EQ(reused, other);
