@@ -88,11 +88,21 @@ TEST_F(CameraOnBus, FeaturesWriteTheirRegisters)
          {"5100 1100", "510c 0200", "510e 0100", "5110 0195",                  // the automatic
           "5100 1100", "510c 0200", "510e 0100", "5110 0195",                  // the preset
           "510c 0200", "510e 0100", "5110 0195"}},                             // the ratios
+        {0x100008e0, 4096, {"510c 0100"}},                                     // red at once
         {0x10000a08, 3, {"5100 1102", "510c 0000", "510e 0000", "5110 0000"}}, // Tungsten2800K
-        {0x10001a2c, 10000, {"1188 00000000", "1186 0004"}}, // TlmPeriodicSignalDelay, no source
-        {0x10001518, 2, {"1188 fffff600", "1186 0004"}},     // TriggerSource PeriodicSignal1
-        {0x10001518, 1, {"1188 00000000", "1186 0004"}},     // Line1
-        {0x1000159c, 4, {"1188 00000000", "1186 0404"}},     // TriggerActivation LevelLow
+        {0x100008e0, 8192},                                                    // red waits
+        {0x10000a08,                                                           // Off
+         0,
+         {"5100 1100", "510c 0200", "510e 0100", "5110 0195", // the preset
+          "510c 0200", "510e 0100", "5110 0195"}},            // the ratios
+        {0x100008d0,                                          // BalanceWhiteAuto Continuous
+         1,
+         {"5100 110f", "510c 0000", "510e 0000", "5110 0000",   // the automatic
+          "5100 110f", "510c 0000", "510e 0000", "5110 0000"}}, // the preset
+        {0x10001a2c, 10000, {"1188 00000000", "1186 0004"}},    // TlmPeriodicSignalDelay, no source
+        {0x10001518, 2, {"1188 fffff600", "1186 0004"}},        // TriggerSource PeriodicSignal1
+        {0x10001518, 1, {"1188 00000000", "1186 0004"}},        // Line1
+        {0x1000159c, 4, {"1188 00000000", "1186 0404"}},        // TriggerActivation LevelLow
     };
     for (const auto& [address, value, writes, status] : kSteps) {
         EXPECT_EQ(registers_.write(address, value), status) << std::hex << address.number;

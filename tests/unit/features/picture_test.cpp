@@ -84,38 +84,6 @@ TEST_F(Picture, WhatTheCameraHasIsBroughtWithinTheLimits)
     }
 }
 
-TEST_F(Picture, BalanceOffAtRestSendsTheRatios)
-{
-    const Lines kRatios = {"SetBalanceRatioRed 1.6767578125", "SetBalanceRatioGreen 1",
-                           "SetBalanceRatioBlue 1.580078125"};
-    check({{Reg::BalanceWhiteAuto,
-            0,
-            {"SetBalanceWhiteAuto 0", "SetLightSourcePreset 0", kRatios[0], kRatios[1],
-             kRatios[2]}}});
-    EXPECT_THAT(valid(Reg::TlmLightSourcePreset, 9), ElementsAre(1, 0, 1, 1, 1, 1, 1, 1, 0));
-    EXPECT_EQ(read(Reg::TlmLightSourcePreset), 0u);
-    check({
-        {Reg::TlmLightSourcePreset, 3, {"SetLightSourcePreset 3"}},
-        {Reg::TlmLightSourcePreset, 1, kRejected},
-        {Reg::BalanceRatioRed, 8192, {"SetBalanceRatioRed 2"}},
-    });
-    // A fixed preset counts as an automatic.
-    start();
-    EXPECT_THAT(locks(), ElementsAre(1, 1, 1, 1, 1));
-    write(Reg::AcquisitionStop, 1);
-    journal.take();
-    check({
-        {Reg::TlmLightSourcePreset,
-         0,
-         {"SetLightSourcePreset 0", "SetBalanceRatioRed 2", kRatios[1], kRatios[2]}},
-        {Reg::TlmLightSourcePreset, 7, {"SetLightSourcePreset 7"}},
-        {Reg::BalanceWhiteAuto, 1, {"SetBalanceWhiteAuto 1", "SetLightSourcePreset 1"}},
-        {Reg::TlmLightSourcePreset, 0, kRejected},
-    });
-    EXPECT_THAT(valid(Reg::TlmLightSourcePreset, 9), ElementsAre(0, 1, 0, 0, 0, 0, 0, 0, 0));
-    EXPECT_EQ(read(Reg::TlmLightSourcePreset), 1u);
-}
-
 TEST_F(Picture, BalanceOffInAnAcquisitionKeepsWhatTheCameraHas)
 {
     start();

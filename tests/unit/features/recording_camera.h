@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -179,29 +180,21 @@ private:
     Journal& journal_;
 };
 
-/// A platform that answers with what it is given.
-class GivenAgent final : public IPipelineAgent
-{
-public:
+/// A platform with limits of its own, or with those of the camera, and formats that it refuses.
+struct GivenAgent final : IPipelineAgent {
     ImageSizeLimits GetImageSizeLimits(const ImageSizeLimits& camera) const override
     {
-        asked = camera;
-        return limits;
+        return limits.value_or(camera);
     }
-    void FilterPixelFormats(Span<const bool> offered, Span<const std::uint32_t> pfncValues,
+    void FilterPixelFormats(Span<const bool>, Span<const std::uint32_t> pfncValues,
                             Span<bool> result) const override
     {
-        for (std::size_t i = 0; i < result.size(); ++i) {
-            if (offered[i])
-                candidates.push_back(pfncValues[i]);
+        for (std::size_t i = 0; i < result.size(); ++i)
             result[i] = std::find(refused.begin(), refused.end(), pfncValues[i]) == refused.end();
-        }
     }
 
-    ImageSizeLimits limits{96, 2592, 8, 104, 1944, 8};
+    std::optional<ImageSizeLimits> limits;
     std::vector<std::uint32_t> refused;
-    mutable ImageSizeLimits asked{};
-    mutable std::vector<std::uint32_t> candidates;
 };
 
 /// Where the value of a register stands, behind its companion words.

@@ -58,17 +58,6 @@ TEST_F(Trigger, EachWriteConfiguresTheFrameTrigger)
     });
 }
 
-TEST_F(Trigger, OnlyALineHasAnActivation)
-{
-    for (const std::uint32_t source : {0u, 1u, 2u, 1u}) {
-        const bool isLine = source == 1;
-        write(Reg::TriggerSource3, source);
-        EXPECT_EQ(valid(Reg::TriggerActivation3, 5), isLine ? (Words{0, 0, 0, 1, 1}) : Words(5, 0));
-        EXPECT_EQ(read(Reg::TriggerActivation3), 3u);
-        EXPECT_EQ(write(Reg::TriggerActivation3, 3), isLine ? 0 : kRejected);
-    }
-}
-
 TEST_F(Trigger, AcquisitionLocksModeAndSourceOfAllSets)
 {
     for (const bool isAcquiring : {true, false}) {
