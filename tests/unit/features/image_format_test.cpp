@@ -151,8 +151,8 @@ TEST(ImageFormat, PlatformWithoutRoomCutsFromTheMiddle)
          {"SetWidth 1920", "SetHeight 1080", "SetOffsetX 336", "SetOffsetY 432"},
          {96, 1920, 8, 1920}, {0, 672, 8, 336}, {0, 864, 8, 432}, {30, 135, 1, 100}, {2592, 1944}},
         // An empty range has no grid; a grid of one point is its minimum.
-        {{96, 48, 8, 104, 1944, 0}, {"SetWidth 48", "SetHeight 104"},
-         {96, 48, 8, 48}, {0, 1248, 4, 636}, {0, 868, 4, 460}, {200, 1869, 1, 200}, {1296, 972}},
+        {{96, 50, 8, 104, 1944, 0}, {"SetWidth 50", "SetHeight 104"}, {96, 50, 8, 50},
+         {0, 1300, 4, 656}, {0, 908, 4, 476}, {192, 1869, 1, 192}, {1350, 1012}},
         // A quotient by nothing is 0.
         {{0, 0, 0, 0, 0, 0},
          {"SetWidth 0", "SetScalingFactor 0", "SetOffsetX 0", "grabber SetPayloadSize 0"},

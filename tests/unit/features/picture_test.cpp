@@ -36,6 +36,20 @@ protected:
     }
 };
 
+TEST_F(Picture, AutomaticsOffAtRestSendTheManualValues)
+{
+    check({
+        {Reg::ExposureAuto, 1, {"SetExposureAuto 1"}},
+        {Reg::ExposureTime, 6000, {"SetExposureTime_us 6000"}},
+        {Reg::ExposureAuto, 0, {"SetExposureAuto 0", "SetExposureTime_us 6000"}},
+        {Reg::GainAuto, 0, {"SetGainAuto 0", "SetGainFactor 1"}},
+        {Reg::BalanceWhiteAuto,
+         0,
+         {"SetBalanceWhiteAuto 0", "SetLightSourcePreset 0", "SetBalanceRatioRed 1.6767578125",
+          "SetBalanceRatioGreen 1", "SetBalanceRatioBlue 1.580078125"}},
+    });
+}
+
 TEST_F(Picture, AutomaticsOffInAnAcquisitionKeepWhatTheCameraHas)
 {
     start();

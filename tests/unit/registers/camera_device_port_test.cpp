@@ -232,7 +232,7 @@ TEST_F(PortTest, FailingStartUpLeavesItClosed)
 {
     journal_.failing = "SetHeight";
     EXPECT_EQ(errorOf([this] { MakePort().Open(); }), "no answer");
-    EXPECT_EQ(Read(kWidth), GC_ERR_NOT_INITIALIZED);
+    EXPECT_EQ(Read(kDescription), GC_ERR_NOT_INITIALIZED);
 }
 
 /// While it lives, no thread can be made: none has room for its stack, larger than what any

@@ -99,8 +99,11 @@ TEST(TypedRegisters, ShowPrefixAndValueInOneRead)
     for (const auto& [target, all, value] : kCases) {
         for (const Words& words : {all, value}) {
             EXPECT_EQ(target.size(), 4 * words.size());
-            EXPECT_EQ(ReadWords(target, 0, words.size()), words);
-            EXPECT_EQ(ReadWords(target, target.size() - 4, 1), Words{words.back()});
+            for (auto from = words.begin(); from != words.end(); ++from) {
+                const auto offset = static_cast<std::uint32_t>(from - words.begin()) * 4;
+                const Words rest(from, words.end());
+                EXPECT_EQ(ReadWords(target, offset, rest.size()), rest);
+            }
             target.set(RegisterFlag::ValueOnly, true);
         }
     }
