@@ -103,12 +103,6 @@ std::vector<std::string> FakeCaptureNode::GetLog()
     return log_;
 }
 
-unsigned FakeCaptureNode::GetCallCount()
-{
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return calls_;
-}
-
 int FakeCaptureNode::shouldFail()
 {
     return ++calls_ == failingCall_ ? failure_ : 0;

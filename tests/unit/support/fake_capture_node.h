@@ -50,7 +50,6 @@ public:
 
     std::size_t CountLog(const std::string& beginning);
     std::vector<std::string> GetLog();
-    unsigned GetCallCount();
 
     // Set before use.
     std::uint32_t capabilities = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
