@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <iomanip>
+#include <initializer_list>
 #include <memory>
 #include <ostream>
 #include <stdexcept>
@@ -13,6 +13,8 @@
 
 #include "../support/outcome.h"
 #include "base/endian.h"
+#include "bus/bus_device.h"
+#include "bus/bus_device_implementation.h"
 #include "bus/imcm_bridge.h"
 
 struct Transfer {
@@ -95,3 +97,15 @@ private:
             throw std::runtime_error("no answer");
     }
 };
+
+/// A device on the bus of the bridge, which it sees as it is unless told another mapping.
+inline mcm::BusDevice deviceOn(const std::shared_ptr<MemoryBridge>& bridge,
+                               mcm::TransferLimits limits = {},
+                               std::initializer_list<mcm::MappingEntry> entries = {{0, 0, 0x10000}})
+{
+    auto implementation =
+        std::make_unique<mcm::BusDeviceImplementation>(mcm::ChunkedConnection(bridge, limits));
+    for (const mcm::MappingEntry& entry : entries)
+        implementation->addMapping(entry);
+    return mcm::BusDevice(std::move(implementation));
+}

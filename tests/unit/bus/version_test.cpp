@@ -3,10 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "../support/outcome.h"
+
 namespace
 {
 
 using namespace mcm;
+using testing::ElementsAre;
 
 TEST(Version, NeedsTheSameMajorAndAtLeastTheMinorNumber)
 {
@@ -14,13 +17,15 @@ TEST(Version, NeedsTheSameMajorAndAtLeastTheMinorNumber)
         Version required, connected;
         bool fits;
     } cases[] = {
-        {{2, 0}, {2, 0}, true},  {{2, 0}, {2, 7}, true},  {{2, 3}, {2, 3}, true},
-        {{2, 3}, {2, 2}, false}, {{2, 0}, {1, 9}, false}, {{2, 0}, {3, 0}, false},
+        {{2, 3}, {2, 3}, true},
+        {{2, 3}, {2, 7}, true},
+        {{2, 3}, {2, 2}, false},
+        {{2, 3}, {3, 3}, false},
     };
     for (const auto& row : cases) {
-        testing::internal::CaptureStderr();
-        EXPECT_EQ(checkVersion(row.required, row.connected), row.fits);
-        EXPECT_EQ(testing::internal::GetCapturedStderr().empty(), row.fits);
+        const std::string report =
+            stderrOf([&] { EXPECT_EQ(checkVersion(row.required, row.connected), row.fits); });
+        EXPECT_EQ(report.empty(), row.fits);
     }
 }
 
@@ -42,25 +47,17 @@ TEST(ExtractVersionstring, TakesTheFieldsApart)
         {"h=1/h=2", "", "", "", "2", -1, -1},
     };
     for (const auto& row : cases) {
-        SCOPED_TRACE(row.text);
-        const VersionFields fields = ExtractVersionstring(row.text);
-        EXPECT_EQ(fields.p, row.p);
-        EXPECT_EQ(fields.s, row.s);
-        EXPECT_EQ(fields.v, row.v);
-        EXPECT_EQ(fields.h, row.h);
-        EXPECT_EQ(fields.major, row.major);
-        EXPECT_EQ(fields.minor, row.minor);
+        const auto& [p, s, v, h, major, minor] = ExtractVersionstring(row.text);
+        EXPECT_THAT((std::vector{p, s, v, h}), ElementsAre(row.p, row.s, row.v, row.h));
+        EXPECT_EQ(std::pair(major, minor), std::pair(row.major, row.minor)) << row.text;
     }
 }
 
 TEST(ExtractVersionstring, ReportsAndDropsOtherLetters)
 {
-    testing::internal::CaptureStderr();
-    const VersionFields fields = ExtractVersionstring("q=%s%n/p=x");
-    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+    EXPECT_THAT(stderrOf([] { EXPECT_EQ(ExtractVersionstring("q=%s%n/p=x").p, "x"); }),
                 testing::HasSubstr("ERROR: ExtractVersionstring: Unexpected field 'q=%s%n' in "
                                    "version string ignored.\n"));
-    EXPECT_EQ(fields.p, "x");
 }
 
 } // namespace

@@ -4,7 +4,9 @@
 #include <cstdlib>
 #include <exception>
 #include <string>
+#include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 /// What the callable throws; empty when it throws nothing.
@@ -25,6 +27,15 @@ std::string stderrOf(Callable callable)
     testing::internal::CaptureStderr();
     callable();
     return testing::internal::GetCapturedStderr();
+}
+
+/// A log in which each of these lines stands, behind its time and this mark, "[000002] ".
+inline auto hasLines(const std::string& mark, const std::vector<std::string>& lines)
+{
+    std::vector<testing::Matcher<const std::string&>> matchers;
+    for (const std::string& line : lines)
+        matchers.emplace_back(testing::HasSubstr(mark + line + "\n"));
+    return testing::AllOfArray(matchers);
 }
 
 /// Runs the callable in a process of its own, since the camera log reads its settings at the
