@@ -1,66 +1,47 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "opened_module.h"
 
 namespace
 {
 
-using namespace mcm;
-using testing::Contains;
-using testing::ElementsAre;
-using testing::HasSubstr;
+using zevo_sim::Misbehaviour;
 
-class GeometryTest : public testing::Test
+class GeometryTest : public IdleTest
 {
 protected:
-    Lines transfersOf(const std::function<void(CameraModuleAP1302&)>& use)
-    {
-        return idle.transfersOf([&] { use(module); });
-    }
+    GeometryTest() : IdleTest(running(2)) {}
     void setSize(std::uint32_t width, std::uint32_t height)
     {
         module.SetWidth(width);
         module.SetHeight(height);
     }
-
-    Idle idle{running(2)};
-    CameraModuleAP1302& module = idle.module;
 };
 
-TEST_F(GeometryTest, SizeGoesToTheOutputAlone)
+TEST_F(GeometryTest, SizeGoesToTheOutputAndOffsetsAreAtomicRecords)
 {
-    EXPECT_THAT(transfersOf([](auto& module) { module.SetWidth(2592); }),
-                ElementsAre("w 2000 0a20"));
-    EXPECT_THAT(transfersOf([](auto& module) { module.SetHeight(1944); }),
-                ElementsAre("w 2002 0798"));
-    EXPECT_EQ(errorOf([this] { module.SetWidth(65536); }),
-              "PREVIEW_WIDTH: Value 65536 outside range 0...65535.");
-}
-
-TEST_F(GeometryTest, OffsetsAreAtomicRecords)
-{
-    setSize(1300, 976);
-    EXPECT_THAT(transfersOf([](auto& module) { module.SetOffsetX(650); }),
-                ElementsAre("r 1184", "w 1184 0001", "w 2004 1000", "w 2008 3000", "w 1184 0007"));
-    EXPECT_THAT(transfersOf([](auto& module) { module.SetOffsetY(976); }),
-                ElementsAre("r 1184", "w 1184 0001", "w 2006 2000", "w 200a 4000", "w 1184 0007"));
+    expectTransfers({
+        {[&] { module.SetWidth(1300); }, {"w 2000 0514"}},
+        {[&] { module.SetHeight(976); }, {"w 2002 03d0"}},
+        {[&] { module.SetOffsetX(650); },
+         {"r 1184", "w 1184 0001", "w 2004 1000", "w 2008 3000", "w 1184 0007"}},
+        {[&] { module.SetOffsetY(976); },
+         {"r 1184", "w 1184 0001", "w 2006 2000", "w 200a 4000", "w 1184 0007"}},
+    });
 }
 
 TEST_F(GeometryTest, RecordsCommitByTheStateOfTheAcquisition)
 {
     module.AcquisitionStart();
-    EXPECT_EQ(transfersOf([](auto& module) { module.SetOffsetX(0); }).back(), "w 1184 0003");
+    EXPECT_EQ(transfersOf([&] { module.SetOffsetX(0); }).back(), "w 1184 0003");
     module.AcquisitionStop();
-    EXPECT_EQ(transfersOf([](auto& module) { module.SetOffsetX(0); }).back(), "w 1184 0007");
+    EXPECT_EQ(transfersOf([&] { module.SetOffsetX(0); }).back(), "w 1184 0007");
 }
 
 TEST_F(GeometryTest, ScalingIsOneRecordOfLineTimeAndRegion)
 {
     setSize(1300, 976);
-    EXPECT_THAT(transfersOf([](auto& module) { module.SetScalingFactor(2.0F); }),
-                ElementsAre("r 1184", "w 1184 0001", "r 004e", "w 201c 00000000", "w 2004 0000",
-                            "w 2008 4000", "w 2006 0000", "w 200a 4000", "w 1184 0007"));
+    expectTransfers({{[&] { module.SetScalingFactor(2.0F); },
+                      {"r 1184", "w 1184 0001", "r 004e", "w 201c 00000000", "w 2004 0000",
+                       "w 2008 4000", "w 2006 0000", "w 200a 4000", "w 1184 0007"}}});
 }
 
 TEST_F(GeometryTest, RegionsAreSensorWindowsBeforeScaling)
@@ -84,48 +65,45 @@ TEST_F(GeometryTest, RegionsAreSensorWindowsBeforeScaling)
         module.SetOffsetX(row.offsetX);
         module.SetOffsetY(row.offsetY);
         module.SetScalingFactor(row.scaling);
-        EXPECT_EQ(idle.peek(0x2004), row.x0);
-        EXPECT_EQ(idle.peek(0x2008), row.x1);
-        EXPECT_EQ(idle.peek(0x2006), row.y0);
-        EXPECT_EQ(idle.peek(0x200A), row.y1);
+        EXPECT_EQ(peek(0x2004), row.x0);
+        EXPECT_EQ(peek(0x2008), row.x1);
+        EXPECT_EQ(peek(0x2006), row.y0);
+        EXPECT_EQ(peek(0x200A), row.y1);
     }
 }
 
 TEST_F(GeometryTest, RegionOutsideTheRegisterLeavesTheRecordOpen)
 {
     setSize(2600, 1952);
-    EXPECT_EQ(errorOf([this] { module.SetOffsetX(2600); }),
-              "PREVIEW_ROI_X1: Value 2 outside range -2...1.99994.");
-    EXPECT_THAT(idle.takeIspTransfers(), Contains("w 2004 4000"));
-    EXPECT_EQ(idle.peek(0x1184), 1);
+    const auto setOffset = [&] {
+        EXPECT_EQ(errorOf([&] { module.SetOffsetX(2600); }),
+                  "PREVIEW_ROI_X1: Value 2 outside range -2...1.99994.");
+    };
+    expectTransfers({{setOffset, {"r 1184", "w 1184 0001", "w 2004 4000"}}});
 }
 
 TEST_F(GeometryTest, WaitsForTheRecordBefore)
 {
-    zevo_sim::Misbehaviour slow;
-    slow.atomicReads = 3;
-    idle.camera.SetMisbehaviour(slow);
+    misbehave(&Misbehaviour::atomicReads, 3);
     module.SetOffsetX(1);
-    idle.clock.sleeps.clear();
-    EXPECT_THAT(transfersOf([](auto& module) { module.SetOffsetX(2); }),
-                ElementsAre("r 1184", "r 1184", "r 1184", "r 1184", "w 1184 0001", testing::_,
-                            testing::_, "w 1184 0007"));
-    EXPECT_EQ(idle.clock.sleeps, std::vector<IClock::Duration>(3, std::chrono::milliseconds(10)));
+    clock.sleeps.clear();
+    expectTransfers({{[&] { module.SetOffsetX(0); },
+                      {"r 1184", "r 1184", "r 1184", "r 1184", "w 1184 0001", "w 2004 0000",
+                       "w 2008 0000", "w 1184 0007"}}});
+    EXPECT_EQ(clock.sleeps, std::vector<mcm::IClock::Duration>(3, std::chrono::milliseconds(10)));
 }
 
 TEST_F(GeometryTest, StuckRecordCostsTenSecondsAndAWarning)
 {
-    zevo_sim::Misbehaviour stuck;
-    stuck.isAtomicStuck = true;
-    idle.camera.SetMisbehaviour(stuck);
+    misbehave(&Misbehaviour::isAtomicStuck, true);
     module.SetOffsetX(1);
-    const double before = idle.clock.seconds();
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(transfersOf([](auto& module) { module.SetOffsetX(2); }).back(), "w 1184 0007");
-    EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                HasSubstr("[000000] WARNING: ISP is still waiting until all recorded data is "
-                          "written.\n"));
-    EXPECT_NEAR(idle.clock.seconds() - before, 10.1, 0.02);
+    const double before = clock.seconds();
+    EXPECT_THAT(stderrOf([&] {
+                    EXPECT_EQ(transfersOf([&] { module.SetOffsetX(2); }).back(), "w 1184 0007");
+                }),
+                hasLines("[000000] ",
+                         {"WARNING: ISP is still waiting until all recorded data is written."}));
+    EXPECT_NEAR(clock.seconds() - before, 10.1, 0.02);
 }
 
 // The one case in which the line time isn't left to the ISP: all of four conditions hold.
@@ -144,7 +122,7 @@ TEST(Geometry, LineTimeNeedsAllItsConditions)
     };
     for (const auto& row : cases) {
         Idle idle(running(row.lanes));
-        idle.camera.PokeIsp16(0x004E, row.revision);
+        idle.poke({{0x004E, row.revision}});
         idle.camera.PokeIsp32(0x0068, row.linkRate);
         idle.module.SetWidth(1300);
         idle.module.SetScalingFactor(row.scaling);
@@ -154,27 +132,17 @@ TEST(Geometry, LineTimeNeedsAllItsConditions)
 
 TEST_F(GeometryTest, PixelFormatsHaveTheirOutputCodes)
 {
-    const struct {
-        std::uint32_t pfnc;
-        const char* write;
-    } cases[] = {
-        {0x01080001, "w 2012 008a"}, {0x01080008, "w 2012 008a"}, {0x01100003, "w 2012 009a"},
-        {0x0110000C, "w 2012 009a"}, {0x0210001F, "w 2012 0050"}, {0x02100032, "w 2012 0050"},
-        {0x020C0112, "w 2012 0051"},
-    };
-    for (const auto& row : cases)
-        EXPECT_THAT(transfersOf([&](auto& module) { module.SetPixelFormat(row.pfnc); }),
-                    ElementsAre(row.write));
-}
-
-TEST_F(GeometryTest, UnsupportedPixelFormatIsIgnored)
-{
-    testing::internal::CaptureStderr();
-    EXPECT_THAT(transfersOf([](auto& module) { module.SetPixelFormat(0x01080009); }),
-                ElementsAre());
-    EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                HasSubstr("[000000] ERROR: SetPixelFormat Ignore unsupported PFNC pixel format "
-                          "0x1080009\n"));
+    expectTransfers({
+        {[&] { module.SetPixelFormat(0x01080001); }, {"w 2012 008a"}},
+        {[&] { module.SetPixelFormat(0x01080008); }, {"w 2012 008a"}},
+        {[&] { module.SetPixelFormat(0x01100003); }, {"w 2012 009a"}},
+        {[&] { module.SetPixelFormat(0x0110000C); }, {"w 2012 009a"}},
+        {[&] { module.SetPixelFormat(0x0210001F); }, {"w 2012 0050"}},
+        {[&] { module.SetPixelFormat(0x02100032); }, {"w 2012 0050"}},
+        {[&] { module.SetPixelFormat(0x020C0112); }, {"w 2012 0051"}},
+    });
+    expectIgnored([&] { module.SetPixelFormat(0x01080009); },
+                  "SetPixelFormat Ignore unsupported PFNC pixel format 0x1080009");
 }
 
 } // namespace

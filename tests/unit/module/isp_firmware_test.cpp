@@ -15,6 +15,7 @@ namespace
 using namespace mcm;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using zevo_sim::Misbehaviour;
 
 constexpr std::uint16_t kStage = 0x6002;
 constexpr std::uint16_t kChecksum = 0x6134;
@@ -38,28 +39,19 @@ protected:
     }
 };
 
-std::string word(std::uint32_t value)
-{
-    char text[9];
-    std::snprintf(text, sizeof text, "%08x", value);
-    return text;
-}
-
 TEST_F(IspFirmwareTest, BootsThroughItsStagesInOrder)
 {
     SimulatedModule module;
-    EXPECT_TRUE(load(module, 300.0));
-    const PllRow& row = *findPllRow(pllTable(), 300.0F);
-    EXPECT_THAT(module.takeIspTransfers(),
-                ElementsAre("r 0000", "r 0004", "r 0042", "r 6002", "r 6134", "w 6134 0000",
-                            "w 6002 0001", "r 6002", "w 6024 00300000", "w 602c " + word(row.pll0),
-                            "w 6038 " + word(row.pll1), "w 2050 " + word(row.cpu),
-                            "w 2054 " + word(row.ipipe), "w 2058 " + word(row.sinf),
-                            "w 205c " + word(row.hinf), "w 2064 " + word(row.hinfMipi),
-                            "w 2068 " + word(row.ip), "w 206c 0000007c",
-                            "w 2070 " + word(row.priSensor), "w 2074 " + word(row.secSensor),
-                            "w 6002 0002", "r 6002", "w 6002 ffff", "r 6002", "r 6134"));
-    EXPECT_EQ(module.camera.PeekIsp16(kChecksum), 0xE3C8);
+    EXPECT_TRUE(load(module, 80.0));
+    EXPECT_EQ(module.takeIspTransfers(),
+              (Lines{"r 0000",          "r 0004",          "r 0042",          "r 6002",
+                     "r 6134",          "w 6134 0000",     "w 6002 0001",     "r 6002",
+                     "w 6024 00300000", "w 602c 001a0100", "w 6038 00140101", "w 2050 00010008",
+                     "w 2054 00010009", "w 2058 00030000", "w 205c 00030005", "w 2064 0003000a",
+                     "w 2068 00010009", "w 206c 0000007c", "w 2070 00010012", "w 2074 000100ff",
+                     "w 6002 0002",     "r 6002",          "w 6002 ffff",     "r 6002",
+                     "r 6134"}));
+    EXPECT_EQ(module.peek(kChecksum), 0xE3C8);
     EXPECT_THAT(module.clock.sleeps, ElementsAre());
 }
 
@@ -82,22 +74,11 @@ TEST_F(IspFirmwareTest, SendsTheImageThroughTheWindow)
     std::vector<std::pair<std::size_t, std::size_t>> expected;
     std::size_t offset = 0;
     for (const std::size_t chunk :
-         {996, 7196, 8192, 8192, 8192, 8192, 8192, 8192, 8192, 8192, 2416})
-        for (std::size_t rest = chunk; rest > 0;) {
-            const std::size_t size = std::min<std::size_t>(rest, 256);
-            expected.emplace_back(offset % 8192, size);
-            offset += size;
-            rest -= size;
-        }
+         {996, 7196, 8192, 8192, 8192, 8192, 8192, 8192, 8192, 8192, 2416}) {
+        for (const std::size_t end = offset + chunk; offset < end; offset += expected.back().second)
+            expected.emplace_back(offset % 8192, std::min<std::size_t>(end - offset, 256));
+    }
     EXPECT_EQ(pieces, expected);
-}
-
-TEST_F(IspFirmwareTest, BootsThroughTheControlForm)
-{
-    zevo_sim::CameraOptions options;
-    options.form = zevo_sim::RequestForm::Controls;
-    SimulatedModule module(options);
-    EXPECT_TRUE(load(module));
 }
 
 TEST_F(IspFirmwareTest, LeavesRunningFirmwareAlone)
@@ -126,45 +107,40 @@ TEST_F(IspFirmwareTest, RefusesAnIspThatCannotTakeAnUpload)
     };
     for (const auto& row : cases) {
         SimulatedModule module(row.isRunning ? running() : zevo_sim::CameraOptions{});
-        module.camera.PokeIsp16(row.address, row.value);
+        module.poke({{row.address, row.value}});
         EXPECT_EQ(errorOf([&] { load(module); }), row.error);
         EXPECT_THAT(module.camera.IspWrites(), ElementsAre());
     }
 }
 
-TEST_F(IspFirmwareTest, WaitsForSlowStagesAndChecksum)
+TEST_F(IspFirmwareTest, WaitsForSlowStagesAndForTheChecksumInSteps)
 {
-    zevo_sim::CameraOptions options;
-    options.misbehaviour.stageReads = 500;
-    options.misbehaviour.checksumReads = 100;
-    SimulatedModule module(options);
-    EXPECT_TRUE(load(module));
-    EXPECT_EQ(module.clock.sleeps,
+    SimulatedModule stage;
+    stage.misbehave(&Misbehaviour::stageReads, 500);
+    EXPECT_TRUE(load(stage));
+    EXPECT_THAT(stage.clock.sleeps, ElementsAre());
+
+    SimulatedModule checksum;
+    checksum.misbehave(&Misbehaviour::checksumReads, 100);
+    EXPECT_TRUE(load(checksum));
+    EXPECT_EQ(checksum.clock.sleeps,
               std::vector<IClock::Duration>(100, std::chrono::milliseconds(10)));
 }
 
-TEST_F(IspFirmwareTest, GivesUpOnAStageAfterTwoSeconds)
+TEST_F(IspFirmwareTest, GivesUpAfterTwoSeconds)
 {
-    zevo_sim::CameraOptions options;
-    options.misbehaviour.stageReads = 1'000'000;
-    SimulatedModule module(options);
-    EXPECT_EQ(errorOf([&] { load(module); }), "ISP firmware upload boot stage timeout");
-    EXPECT_NEAR(module.clock.seconds(), 2.0, 0.01);
-    EXPECT_THAT(module.clock.sleeps, ElementsAre());
-}
+    SimulatedModule slow;
+    slow.misbehave(&Misbehaviour::stageReads, 1'000'000);
+    EXPECT_EQ(errorOf([&] { load(slow); }), "ISP firmware upload boot stage timeout");
+    EXPECT_NEAR(slow.clock.seconds(), 2.0, 0.01);
 
-TEST_F(IspFirmwareTest, GivesUpOnTheChecksumAfterTwoSeconds)
-{
-    zevo_sim::CameraOptions options;
-    options.misbehaviour.isChecksumWrong = true;
-    SimulatedModule module(options);
-    const std::string error = errorOf([&] { load(module); });
-    char expected[80];
-    std::snprintf(expected, sizeof expected,
-                  "ISP firmware checksum mismatch or timed out: 0x%x != 0xe3c8",
-                  module.camera.PeekIsp16(kChecksum));
-    EXPECT_EQ(error, expected);
-    EXPECT_NEAR(module.clock.seconds(), 2.0, 0.03);
+    SimulatedModule wrong;
+    wrong.misbehave(&Misbehaviour::isChecksumWrong, true);
+    const std::string error = errorOf([&] { load(wrong); });
+    std::ostringstream told;
+    told << std::hex << "0x" << wrong.peek(kChecksum) << " != 0xe3c8";
+    EXPECT_EQ(error, "ISP firmware checksum mismatch or timed out: " + told.str());
+    EXPECT_NEAR(wrong.clock.seconds(), 2.0, 0.03);
 }
 
 TEST_F(IspFirmwareTest, RefusesLaneRatesBeforeAnyTransfer)
@@ -204,11 +180,9 @@ TEST_F(IspFirmwareTest, UserSuppliedRateOutranksTheDriver)
 {
     ::setenv("ISP_LANE_DATARATE", " 80.25", 1);
     SimulatedModule module;
-    testing::internal::CaptureStderr();
-    EXPECT_TRUE(load(module, 1200.0));
-    EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                AllOf(HasSubstr("[000000] NOTICE: UserSupplied-Lane-Datarate(Mbps): 80.25\n"),
-                      HasSubstr("[000000] NOTICE: Actual-Lane-Datarate(Mbps): 80\n")));
+    EXPECT_THAT(stderrOf([&] { EXPECT_TRUE(load(module, 1200.0)); }),
+                hasLines("[000000] NOTICE: ", {"UserSupplied-Lane-Datarate(Mbps): 80.25",
+                                               "Actual-Lane-Datarate(Mbps): 80"}));
     EXPECT_EQ(module.camera.PeekIsp32(0x602C), pllTable()[0].pll0);
 }
 
@@ -224,18 +198,14 @@ TEST_F(IspFirmwareTest, LogsTheBoot)
     };
     expectLogged(
         "6", "1", boot,
-        AllOf(HasSubstr("[000001] INFO: Expected-Lane-Datarate(Mbps): 300.5\n"),
-              HasSubstr("[000001] INFO: Min-Lane-Datarate(Mbps): 80\n"),
-              HasSubstr("[000001] INFO: Max-Lane-Datarate(Mbps): 1200\n"),
-              HasSubstr("[000001] INFO: " + actual.str() + "\n"),
-              HasSubstr("[000001] INFO: CHIP_VERSION_REG:       0x265\n"),
-              HasSubstr("[000001] INFO: MANUFACTURER_ID:        0x6\n"),
-              HasSubstr("[000001] INFO: FW_ID:                  0x0\n"),
-              HasSubstr("[000001] INFO: BOOTDATA_STAGE:         0x0\n"),
-              HasSubstr("[000001] INFO: BOOTDATA_CHECKSUM:      0xe3c8\n"),
-              HasSubstr("[000001] INFO: Csi::SetPll for 300.5Mbps\n"),
-              HasSubstr("[000001] INFO: Firmware upload time: "),
-              HasSubstr("[000001] INFO: ISP firmware already running -- skipping upload\n")));
+        AllOf(hasLines("[000001] INFO: ",
+                       {"Expected-Lane-Datarate(Mbps): 300.5", "Min-Lane-Datarate(Mbps): 80",
+                        "Max-Lane-Datarate(Mbps): 1200", actual.str(),
+                        "CHIP_VERSION_REG:       0x265", "MANUFACTURER_ID:        0x6",
+                        "FW_ID:                  0x0", "BOOTDATA_STAGE:         0x0",
+                        "BOOTDATA_CHECKSUM:      0xe3c8", "Csi::SetPll for 300.5Mbps",
+                        "ISP firmware already running -- skipping upload"}),
+              HasSubstr("[000001] INFO: Firmware upload time: ")));
 }
 
 TEST(PllTable, GivesTheRowAtOrBelowTheRate)

@@ -1,9 +1,6 @@
 #include "module/trigger_feature.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cerrno>
 
 #include "opened_module.h"
 
@@ -11,10 +8,11 @@ namespace
 {
 
 using namespace mcm;
-using testing::AllOf;
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::HasSubstr;
+using Selector = TriggerSelector;
+using Source = TriggerSourceType;
+using Activation = TriggerActivation;
 using Milliseconds = std::chrono::milliseconds;
 
 constexpr std::uint16_t kTriggerControl = 0x1186;
@@ -33,295 +31,204 @@ Lines writeSensor(const std::string& value)
             "w 60a4 0274301a", "w 60ac 0301", "r 60ac"};
 }
 
-TriggerConfiguration trigger(TriggerSourceType source = TriggerSourceType::DigitalIoLine)
+TriggerConfiguration trigger(Source source, Activation activation = Activation::LevelHigh)
 {
-    return {TriggerSelector::FrameStart, true, source, 0, TriggerActivation::LevelHigh, 0.0};
+    constexpr double kDelay = 77.0; // of the trigger, which the ISP doesn't delay
+    return {Selector::FrameStart, true, source, 0, activation, kDelay};
 }
 
-PeriodicSignalConfiguration signal(double delay = 10.0)
-{
-    return {0, delay, TriggerSourceType::DigitalIoLine, 0, TriggerActivation::LevelLow};
-}
-
-class TriggerFeatureTest : public testing::Test
+class TriggerFeatureTest : public CameraTest<SimulatedModule>
 {
 protected:
-    void SetUp() override
+    TriggerFeatureTest() : CameraTest(running())
     {
-        simulated.camera.PokeIsp16(0x604A, 0x0274);
-        simulated.camera.PokeIsp16(kTriggerControl, 0x7304);
-        simulated.camera.PokeIsp16(0x6114, 0x8002);
-        simulated.camera.PokeSensor(kSensorControl, 0x10DC);
+        poke({{0x604A, 0x0274}, {kTriggerControl, 0x7304}, {0x6114, 0x8002}});
+        camera.PokeSensor(kSensorControl, 0x10DC);
         isp.ADVANCED_BASE(0x002A0000);
         isp.write(0xE000, std::uint32_t{0x00010400});
-        simulated.camera.ClearTransfers();
-    }
-    Lines transfersOf(const std::function<void(TriggerFeature&)>& use)
-    {
-        simulated.takeIspTransfers();
-        use(feature);
-        return simulated.takeIspTransfers();
     }
 
-    SimulatedModule simulated{running()};
-    std::shared_ptr<McmDevice> control = simulated.controlDevice();
+    void configure(Source source, Activation activation = Activation::LevelHigh)
+    {
+        feature.ConfigureTrigger(trigger(source, activation));
+    }
+    void configureSignal(double delay, Activation activation = Activation::LevelLow)
+    {
+        feature.ConfigurePeriodicSignal({0, delay, Source::DigitalIoLine, 0, activation});
+    }
+
+    std::shared_ptr<McmDevice> control = controlDevice();
     IspSensor isp{control->getI2cDevice(60)};
-    TriggerFeature feature{isp, simulated.clock};
+    TriggerFeature feature{isp, clock};
+    const Use start = [this] { feature.AcquisitionStart(); };
+    const Use stop = [this] { feature.AcquisitionStop(); };
+    const Use fire = [this] { feature.ExecuteSoftwareTrigger(Selector::FrameStart); };
 };
 
 TEST_F(TriggerFeatureTest, ConfigurationsComeIntoForceByDelayAndPolarity)
 {
-    const auto level = [](TriggerSourceType source, TriggerActivation activation) {
-        TriggerConfiguration configuration = trigger(source);
-        configuration.activation = activation;
-        configuration.delay = 77.0; // of the trigger, which the ISP doesn't delay
-        return configuration;
-    };
-    const struct {
-        TriggerSourceType source;
-        TriggerActivation activation;
-        const char* control;
-    } cases[] = {
-        {TriggerSourceType::DigitalIoLine, TriggerActivation::LevelHigh, "w 1186 7304"},
-        {TriggerSourceType::DigitalIoLine, TriggerActivation::LevelLow, "w 1186 7704"},
-        {TriggerSourceType::Software, TriggerActivation::LevelHigh, "w 1186 7304"},
-        {TriggerSourceType::Software, TriggerActivation::LevelLow, "w 1186 7304"},
-    };
-    for (const auto& row : cases) {
-        EXPECT_THAT(
-            transfersOf([&](auto& f) { f.ConfigureTrigger(level(row.source, row.activation)); }),
-            ElementsAre("w 1188 00000000", "r 1186", row.control));
-    }
+    const Lines high = {"w 1188 00000000", "r 1186", "w 1186 7304"};
+    const Lines low = {"w 1188 00000000", "r 1186", "w 1186 7704"};
+    expectTransfers({
+        {[&] { configure(Source::DigitalIoLine, Activation::LevelLow); }, low},
+        {[&] { configure(Source::DigitalIoLine, Activation::LevelHigh); }, high},
+        {[&] { configure(Source::Software, Activation::LevelLow); }, high},
+        {[&] { configure(Source::Software, Activation::LevelHigh); }, high},
+        {[&] { configureSignal(10.0); }, high},
+        {[&] { configure(Source::PeriodicSignal); }, {"w 1188 fffff600", "r 1186", "w 1186 7704"}},
+        {[&] { configure(Source::DigitalIoLine); }, high},
+    });
 }
 
-TEST_F(TriggerFeatureTest, PeriodicSignalRulesWhileItIsTheSource)
+TEST_F(TriggerFeatureTest, PeriodicSignalBringsItsDelayAndActivation)
 {
-    EXPECT_THAT(transfersOf([](auto& f) { f.ConfigurePeriodicSignal(signal()); }),
-                ElementsAre("w 1188 00000000", "r 1186", "w 1186 7304"));
-    const auto periodic = trigger(TriggerSourceType::PeriodicSignal);
-    EXPECT_THAT(transfersOf([&](auto& f) { f.ConfigureTrigger(periodic); }),
-                ElementsAre("w 1188 fffff600", "r 1186", "w 1186 7704"));
+    configure(Source::PeriodicSignal);
     const struct {
         double delay;
-        const char* write;
-    } delays[] = {
-        {0.0, "w 1188 00000000"}, {-10.0, "w 1188 00000a00"},  {0.001953125, "w 1188 ffffffff"},
-        {1e6, "w 1188 f0bdc000"}, {0.0019, "w 1188 00000000"},
-    };
-    for (const auto& row : delays) {
-        EXPECT_EQ(transfersOf([&](auto& f) { f.ConfigurePeriodicSignal(signal(row.delay)); })[0],
-                  row.write);
-    }
-    EXPECT_THAT(transfersOf([](auto& f) { f.ConfigureTrigger(trigger()); }),
-                ElementsAre("w 1188 00000000", "r 1186", "w 1186 7304"));
-}
-
-TEST_F(TriggerFeatureTest, PeriodicSignalTakesAllActivationsButAnyEdge)
-{
-    feature.ConfigureTrigger(trigger(TriggerSourceType::PeriodicSignal));
-    const struct {
-        TriggerActivation activation;
-        const char* control;
+        Activation activation;
+        Lines transfers;
     } cases[] = {
-        {TriggerActivation::FallingEdge, "w 1186 7704"},
-        {TriggerActivation::RisingEdge, "w 1186 7304"},
-        {TriggerActivation::LevelLow, "w 1186 7704"},
-        {TriggerActivation::LevelHigh, "w 1186 7304"},
+        {0.0, Activation::FallingEdge, {"w 1188 00000000", "r 1186", "w 1186 7704"}},
+        {-10.0, Activation::RisingEdge, {"w 1188 00000a00", "r 1186", "w 1186 7304"}},
+        {0.001953125, Activation::LevelLow, {"w 1188 ffffffff", "r 1186", "w 1186 7704"}},
+        {1e6, Activation::LevelHigh, {"w 1188 f0bdc000", "r 1186", "w 1186 7304"}},
+        {0.0019, Activation::LevelLow, {"w 1188 00000000", "r 1186", "w 1186 7704"}},
     };
-    PeriodicSignalConfiguration configuration = signal();
-    for (const auto& row : cases) {
-        configuration.activation = row.activation;
-        EXPECT_EQ(transfersOf([&](auto& f) { f.ConfigurePeriodicSignal(configuration); }).back(),
-                  row.control);
-    }
-    configuration.activation = TriggerActivation::AnyEdge;
-    EXPECT_THROW(feature.ConfigurePeriodicSignal(configuration), std::range_error);
-    EXPECT_EQ(errorOf([&] { feature.ConfigurePeriodicSignal(configuration); }),
+    for (const auto& row : cases)
+        expectTransfers({{[&] { configureSignal(row.delay, row.activation); }, row.transfers}});
+    EXPECT_THROW(configureSignal(0.0, Activation::AnyEdge), std::range_error);
+    EXPECT_EQ(errorOf([&] { configureSignal(0.0, Activation::AnyEdge); }),
               "TriggerActivation::AnyEdge not supported.");
 }
 
 TEST_F(TriggerFeatureTest, LineTriggerIsArmedAtStartAndTakenBackAtStop)
 {
-    feature.ConfigureTrigger(trigger());
-    EXPECT_THAT(transfersOf([](auto& f) { f.AcquisitionStart(); }),
-                ElementsAreArray(kLineLow +
-                                 Lines{"r 1186", "w 1186 7307", "r 1186", "w 1186 7387", "r 1186",
-                                       "w 1186 7383", "r 6114", "w 6114 8000", "w 6110 0000"} +
-                                 kReadSensor + writeSensor("10d8")));
-    EXPECT_THAT(transfersOf([](auto& f) { f.AcquisitionStop(); }),
-                ElementsAreArray(Lines{"r 1186", "w 1186 7380", "r 1186", "w 1186 7384", "r 6114",
-                                       "w 6114 8002", "w 6110 012c"} +
-                                 kReadSensor + writeSensor("10dc")));
-}
-
-TEST_F(TriggerFeatureTest, SensorThatStandsRightIsOnlyRead)
-{
-    const auto readsOnly = [](const Lines& transfers) {
-        return Lines(transfers.end() - static_cast<std::ptrdiff_t>(kReadSensor.size()),
-                     transfers.end()) == kReadSensor;
-    };
-    feature.ConfigureTrigger(trigger(TriggerSourceType::Software));
-    simulated.camera.PokeSensor(kSensorControl, 0x10D8);
-    EXPECT_TRUE(readsOnly(transfersOf([](auto& f) { f.AcquisitionStart(); })));
-    simulated.camera.PokeSensor(kSensorControl, 0x10DC);
-    EXPECT_TRUE(readsOnly(transfersOf([](auto& f) { f.AcquisitionStop(); })));
+    const Lines arm = {"r 1186",      "w 1186 7307", "r 1186",      "w 1186 7387", "r 1186",
+                       "w 1186 7383", "r 6114",      "w 6114 8000", "w 6110 0000"};
+    const Lines takeBack = {"r 1186", "w 1186 7380", "r 1186",     "w 1186 7384",
+                            "r 6114", "w 6114 8002", "w 6110 012c"};
+    configure(Source::DigitalIoLine);
+    expectTransfers({
+        {start, kLineLow + arm + kReadSensor + writeSensor("10d8")},
+        {stop, takeBack + kReadSensor + writeSensor("10dc")},
+    });
+    // A sensor that stands right is only read.
+    configure(Source::Software);
+    camera.PokeSensor(kSensorControl, 0x10D8);
+    EXPECT_EQ(transfersOf(start).back(), kReadSensor.back());
+    camera.PokeSensor(kSensorControl, 0x10DC);
+    EXPECT_EQ(transfersOf(stop).back(), kReadSensor.back());
 }
 
 TEST_F(TriggerFeatureTest, PeriodicSignalLeavesTheSensorAlone)
 {
-    feature.ConfigureTrigger(trigger(TriggerSourceType::PeriodicSignal));
-    EXPECT_THAT(transfersOf([](auto& f) { f.AcquisitionStart(); }),
-                ElementsAreArray(kLineLow + Lines{"r 1186", "w 1186 7306", "r 1186", "w 1186 7386",
-                                                  "r 1186", "w 1186 7382", "r 6114", "w 6114 8000",
-                                                  "w 6110 0000"}));
-    EXPECT_THAT(transfersOf([](auto& f) { f.AcquisitionStop(); }),
-                ElementsAre("r 1186", "w 1186 7380", "r 1186", "w 1186 7384", "r 6114",
-                            "w 6114 8002", "w 6110 012c"));
+    configure(Source::PeriodicSignal);
+    expectTransfers({
+        {start, kLineLow + Lines{"r 1186", "w 1186 7306", "r 1186", "w 1186 7386", "r 1186",
+                                 "w 1186 7382", "r 6114", "w 6114 8000", "w 6110 0000"}},
+        {stop,
+         {"r 1186", "w 1186 7380", "r 1186", "w 1186 7384", "r 6114", "w 6114 8002",
+          "w 6110 012c"}},
+    });
 }
 
 TEST_F(TriggerFeatureTest, StartAndStopWithoutATriggerTouchNothing)
 {
-    const auto startAndStop = [](auto& f) {
-        f.AcquisitionStart();
-        f.AcquisitionStop();
-    };
-    EXPECT_THAT(transfersOf(startAndStop), ElementsAre());
-    TriggerConfiguration off = trigger();
+    expectTransfers({{start, {}}, {stop, {}}});
+    TriggerConfiguration off = trigger(Source::DigitalIoLine);
     off.enabled = false;
     feature.ConfigureTrigger(off);
-    EXPECT_THAT(transfersOf(startAndStop), ElementsAre());
+    expectTransfers({{start, {}}, {stop, {}}});
 }
 
 TEST_F(TriggerFeatureTest, FirstSoftwareTriggerIsAPulseAndLaterOnesALevel)
 {
-    EXPECT_THAT(transfersOf([](auto& f) { f.ExecuteSoftwareTrigger(TriggerSelector::FrameStart); }),
-                ElementsAreArray(kLineHigh + kLineLow));
-    EXPECT_THAT(simulated.clock.sleeps, ElementsAre(Milliseconds(2)));
-    simulated.clock.sleeps.clear();
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(
-            transfersOf([](auto& f) { f.ExecuteSoftwareTrigger(TriggerSelector::FrameStart); })[3],
-            "w e000 00010400");
+    // The pulse is left to the next trigger as long as it fails.
+    for (const unsigned transfer : {2, 7}) {
+        failTransfer(transfer);
+        EXPECT_THAT(errorOf(fire), HasSubstr("Remote I/O error"));
     }
-    EXPECT_THAT(simulated.clock.sleeps, ElementsAre());
+    clock.sleeps.clear();
+    expectTransfers({{fire, kLineHigh + kLineLow}, {fire, kLineHigh}, {fire, kLineHigh}});
+    EXPECT_THAT(clock.sleeps, ElementsAre(Milliseconds(2)));
 }
 
 TEST_F(TriggerFeatureTest, UnsupportedConfigurationsAreReportedOnly)
 {
-    using Selector = TriggerSelector;
-    using Source = TriggerSourceType;
-    using Activation = TriggerActivation;
-    const auto kLine = Source::DigitalIoLine;
-    const auto kHigh = Activation::LevelHigh;
-    const auto configure = [](TriggerConfiguration configuration) {
-        return [configuration](TriggerFeature& f) { f.ConfigureTrigger(configuration); };
+    constexpr Selector kStart = Selector::FrameStart;
+    constexpr Source kLine = Source::DigitalIoLine;
+    constexpr Activation kHigh = Activation::LevelHigh;
+    constexpr Activation kLow = Activation::LevelLow;
+    const std::pair<TriggerConfiguration, const char*> triggers[] = {
+        {{Selector::FrameEnd, false, kLine, 0, Activation::RisingEdge, 0}, "activation RisingEdge"},
+        {{kStart, false, kLine, 0, Activation::AnyEdge, 0}, "activation AnyEdge"},
+        {{kStart, false, kLine, 0, Activation::FallingEdge, 0}, "activation FallingEdge"},
+        {{Selector::ExposureActive, false, kLine, 1, kHigh, 0}, "selector ExposureActive"},
+        {{kStart, false, Source::PeriodicSignal, 1, kHigh, 0}, "source: PeriodicSignal, 1"},
+        {{kStart, false, static_cast<Source>(3), 0, kHigh, 0}, "source: 3, 0"},
     };
-    const auto signal5us = [](unsigned index, Source source, unsigned sourceIndex) {
-        return [=](TriggerFeature& f) {
-            f.ConfigurePeriodicSignal({index, 5.0, source, sourceIndex, Activation::LevelLow});
-        };
+    const std::pair<PeriodicSignalConfiguration, const char*> signals[] = {
+        {{1, 5.0, kLine, 0, kLow}, "index 1"},
+        {{0, 5.0, Source::Software, 0, kLow}, "source: Software, 0"},
+        {{0, 5.0, kLine, 2, kLow}, "source: DigitalIoLine, 2"},
     };
-    const struct {
-        const char* line;
-        std::function<void(TriggerFeature&)> use;
-    } cases[] = {
-        {"ConfigureTrigger: ignore unsupported trigger activation RisingEdge\n",
-         configure({Selector::FrameEnd, false, kLine, 0, Activation::RisingEdge, 0.0})},
-        {"ConfigureTrigger: ignore unsupported trigger activation AnyEdge\n",
-         configure({Selector::FrameStart, false, kLine, 0, Activation::AnyEdge, 0.0})},
-        {"ConfigureTrigger: ignore unsupported trigger activation FallingEdge\n",
-         configure({Selector::FrameStart, false, kLine, 0, Activation::FallingEdge, 0.0})},
-        {"ConfigureTrigger: ignore unsupported trigger selector ExposureActive\n",
-         configure({Selector::ExposureActive, false, kLine, 1, kHigh, 0.0})},
-        {"ConfigureTrigger: ignore unsupported trigger source: PeriodicSignal, 1\n",
-         configure({Selector::FrameStart, false, Source::PeriodicSignal, 1, kHigh, 0.0})},
-        {"ConfigureTrigger: ignore unsupported trigger source: 3, 0\n",
-         configure({Selector::FrameStart, false, static_cast<Source>(3), 0, kHigh, 0.0})},
-        {"ConfigurePeriodicSignal: ignore unsupported periodic signal index 1\n",
-         signal5us(1, kLine, 0)},
-        {"ConfigurePeriodicSignal: ignore unsupported periodic signal source: Software, 0\n",
-         signal5us(0, Source::Software, 0)},
-        {"ConfigurePeriodicSignal: ignore unsupported periodic signal source: DigitalIoLine, 2\n",
-         signal5us(0, kLine, 2)},
-        {"ExecuteSoftwareTrigger: ignore software trigger for unsupported trigger selector "
-         "FrameEnd\n",
-         [](auto& f) { f.ExecuteSoftwareTrigger(Selector::FrameEnd); }},
-    };
-    feature.ConfigureTrigger(trigger(Source::PeriodicSignal));
-    feature.ConfigurePeriodicSignal(signal(10.0));
-    for (const auto& row : cases) {
-        EXPECT_THAT(stderrOf([&] { EXPECT_THAT(transfersOf(row.use), ElementsAre()); }),
-                    HasSubstr(std::string("[000000] ERROR: ") + row.line));
-    }
+    configure(Source::PeriodicSignal);
+    configureSignal(10.0);
+    for (const auto& [wrong, what] : triggers)
+        expectIgnored([&, wrong = wrong] { feature.ConfigureTrigger(wrong); },
+                      std::string("ConfigureTrigger: ignore unsupported trigger ") + what);
+    for (const auto& [wrong, what] : signals)
+        expectIgnored([&, wrong = wrong] { feature.ConfigurePeriodicSignal(wrong); },
+                      std::string("ConfigurePeriodicSignal: ignore unsupported periodic signal ") +
+                          what);
+    expectIgnored([&] { feature.ExecuteSoftwareTrigger(Selector::FrameEnd); },
+                  "ExecuteSoftwareTrigger: ignore software trigger for unsupported trigger "
+                  "selector FrameEnd");
     // The configuration from before stands: enabled, and by the periodic signal of 10 us.
-    EXPECT_EQ(transfersOf([](auto& f) { f.AcquisitionStart(); }).size(), 13U);
-    EXPECT_EQ(transfersOf([](auto& f) { f.ConfigureTrigger(trigger(Source::PeriodicSignal)); })[0],
-              "w 1188 fffff600");
-}
-
-TEST_F(TriggerFeatureTest, BusySensorEngineFailsTheStart)
-{
-    feature.ConfigureTrigger(trigger());
-    const FixedRegisters busy(simulated, {{0x60AC, 0x0001}});
-    EXPECT_THAT(
-        stderrOf([&] {
-            EXPECT_EQ(errorOf([&] { feature.AcquisitionStart(); }), "Cannot read sensor register");
-            EXPECT_EQ(errorOf([&] { feature.AcquisitionStop(); }), "Cannot read sensor register");
-        }),
-        HasSubstr("[000000] ERROR: ReadSensorReg(0x301a) Timeout 1, waiting for DMA "
-                  "idle\n"));
-}
-
-TEST_F(TriggerFeatureTest, FailedFirstPulseLeavesThePulseToTheNextTrigger)
-{
-    zevo_sim::Misbehaviour failing;
-    failing.failingTransfers[simulated.camera.TransferCount() + 2] = EREMOTEIO;
-    simulated.camera.SetMisbehaviour(failing);
-    EXPECT_THAT(errorOf([&] { feature.ExecuteSoftwareTrigger(TriggerSelector::FrameStart); }),
-                HasSubstr("Remote I/O error"));
-    EXPECT_THAT(transfersOf([](auto& f) { f.ExecuteSoftwareTrigger(TriggerSelector::FrameStart); }),
-                ElementsAreArray(kLineHigh + kLineLow));
+    EXPECT_EQ(transfersOf(start).size(), 13U);
+    configure(Source::PeriodicSignal);
+    EXPECT_EQ(camera.PeekIsp32(0x1188), 0xFFFFF600);
 }
 
 TEST_F(TriggerFeatureTest, LogsConfigurations)
 {
     const auto use = [this] {
-        feature.ConfigureTrigger({TriggerSelector::FrameStart, true,
-                                  TriggerSourceType::PeriodicSignal, 0, TriggerActivation::LevelLow,
-                                  2.5});
-        feature.ConfigurePeriodicSignal(signal(12.5));
-        feature.ExecuteSoftwareTrigger(TriggerSelector::FrameEnd);
+        feature.ConfigureTrigger(
+            {Selector::FrameStart, true, Source::PeriodicSignal, 0, Activation::LevelLow, 2.5});
+        configureSignal(12.5);
+        feature.ExecuteSoftwareTrigger(Selector::FrameEnd);
     };
-    expectLogged("7", "2", use,
-                 AllOf(HasSubstr("[000002] DEBUG: ConfigureTrigger(selector=FrameStart, enabled=1, "
-                                 "source=(PeriodicSignal, 0), activation=LevelLow, delay=2.5)\n"),
-                       HasSubstr("[000002] DEBUG: ConfigurePeriodicSignal(index=0, "
-                                 "source=(DigitalIoLine, 0), activation=LevelLow, delay=12.5)\n"),
-                       HasSubstr("[000002] DEBUG: SetTriggerDelay(12.5us)\n"),
-                       HasSubstr("[000002] DEBUG: SetTriggerActivation(LevelLow)\n"),
-                       HasSubstr("[000002] DEBUG: ExecuteSoftwareTrigger(FrameEnd)\n")));
+    expectLogged(
+        "7", "2", use,
+        hasLines("[000002] DEBUG: ", {"ConfigureTrigger(selector=FrameStart, enabled=1, "
+                                      "source=(PeriodicSignal, 0), activation=LevelLow, delay=2.5)",
+                                      "ConfigurePeriodicSignal(index=0, source=(DigitalIoLine, 0), "
+                                      "activation=LevelLow, delay=12.5)",
+                                      "SetTriggerDelay(12.5us)", "SetTriggerActivation(LevelLow)",
+                                      "ExecuteSoftwareTrigger(FrameEnd)"}));
 }
 
 // The module hands triggers on: armed before the stream runs, taken back behind its stall.
-TEST(CameraModuleTrigger, FramesTheRunOfTheStream)
+TEST_F(IdleTest, TriggersFrameTheRunOfTheStream)
 {
-    Idle idle;
-    idle.camera.PokeIsp16(kTriggerControl, 0x0004);
-    idle.module.ConfigureTrigger(trigger(TriggerSourceType::PeriodicSignal));
+    poke({{kTriggerControl, 0x0004}});
+    module.ConfigureTrigger(trigger(Source::PeriodicSignal));
     const auto first = [](const Lines& lines, const char* line) {
         return std::find(lines.begin(), lines.end(), line) - lines.begin();
     };
-    const Lines start = idle.transfersOf([&] { idle.module.AcquisitionStart(); });
+    const Lines start = transfersOf([&] { module.AcquisitionStart(); });
     EXPECT_LT(first(start, "w 6110 0000"), first(start, "r 601a"));
     EXPECT_LT(first(start, "r 601a"), static_cast<std::ptrdiff_t>(start.size()));
-    const Lines stop = idle.transfersOf([&] { idle.module.AcquisitionStop(); });
+    const Lines stop = transfersOf([&] { module.AcquisitionStop(); });
     EXPECT_LT(first(stop, "w 601a 0140"), first(stop, "w 1186 0080"));
     EXPECT_EQ(stop.back(), "w 6110 012c");
 
-    EXPECT_THAT(idle.transfersOf([&] { idle.module.ConfigurePeriodicSignal(signal()); }),
-                ElementsAre("w 1188 fffff600", "r 1186", "w 1186 0484"));
-    EXPECT_EQ(idle.transfersOf([&] { idle.module.ExecuteSoftwareTrigger(3); }).size(), 8U);
-    EXPECT_THAT(stderrOf([&] { idle.module.ExecuteSoftwareTrigger(4); }), HasSubstr("FrameEnd"));
+    const PeriodicSignalConfiguration signal = {0, 10.0, Source::DigitalIoLine, 0,
+                                                Activation::LevelLow};
+    expectTransfers({{[&] { module.ConfigurePeriodicSignal(signal); },
+                      {"w 1188 fffff600", "r 1186", "w 1186 0484"}}});
+    EXPECT_EQ(transfersOf([&] { module.ExecuteSoftwareTrigger(3); }).size(), 8U);
+    EXPECT_THAT(stderrOf([&] { module.ExecuteSoftwareTrigger(4); }), HasSubstr("FrameEnd"));
 }
 
 } // namespace
