@@ -193,6 +193,20 @@ TEST_P(CaptureNodeTest, FormatIsAdjustedAndTypeChecked)
     EXPECT_EQ(program.Ioctl(0x80044201, &capability), -ENOTTY) << "driver on another node";
 }
 
+TEST_P(CaptureNodeTest, FrameWithoutBufferIsAGap)
+{
+    ASSERT_EQ(program.Start(2), 0);
+    for (int i = 0; i < 5; ++i)
+        EXPECT_TRUE(board.Node().FrameTime());
+    for (const unsigned sequence : {0u, 1u, 5u}) {
+        ASSERT_EQ(program.Dequeue(), 0);
+        EXPECT_EQ(program.buffer.sequence, sequence);
+        EXPECT_EQ(program.Queue(program.buffer.index), 0);
+        if (sequence == 1)
+            board.Node().FrameTime();
+    }
+}
+
 TEST(CaptureFormats, NodeAndIspHaveToAgree)
 {
     const struct {
