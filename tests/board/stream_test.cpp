@@ -131,6 +131,8 @@ TEST(Stream, NothingFlowsWhileTheCameraIsStalled)
     EXPECT_OK(EventKill(camera.event));
     EXPECT_FALSE(camera.take());
     EXPECT_EQ(camera.lastResult, GC_ERR_ABORT);
+    EXPECT_FALSE(camera.take(1));
+    EXPECT_EQ(camera.lastResult, GC_ERR_TIMEOUT) << "one kill ends one wait";
     EXPECT_OK(DSStopAcquisition(camera.stream, 0));
 }
 
