@@ -68,6 +68,7 @@ constexpr std::pair<Reg, std::uint32_t> kWrites[] = {
     {Reg::AcquisitionStart, 1},
     {Reg::AcquisitionStop, 1},
     {Reg::StreamingStart, 1},
+    {Reg::Width, 504},
     {Reg::Height, 104},
     {Reg::TlmColorSpace, 1}, // sRgb
     {Reg::StreamingEnd, 1},
