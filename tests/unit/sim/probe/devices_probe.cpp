@@ -100,8 +100,7 @@ TEST_F(Devices, ClosingPastTheBoardFreesTheNode)
     EXPECT_EQ(NodeCalls(fd).Request(2) | NodeCalls(fd).Request(0), 0);
     const int reused = open("/dev/null", O_RDWR);
     EXPECT_EQ(reused, other);
-    EXPECT_EQ(NodeCalls(reused).Request(2), -1);
-    EXPECT_EQ(errno, ENOTTY);
+    EXPECT_EQ(NodeCalls(reused).Request(2), -1) << "no node any more";
     close(reused);
 }
 
