@@ -61,10 +61,13 @@ V4L2::Buffer* FrameWait::Dequeue()
 {
     try {
         V4L2::Buffer* buffer = m_device.DequeueBuffer();
-        if (buffer)
-            m_roundsWithoutFrame = 0;
-        else
+        if (!buffer) {
             noteRoundWithoutFrame(EAGAIN);
+            return nullptr;
+        }
+        m_roundsWithoutFrame = 0;
+        m_failedWaits.End();
+        m_failedDequeues.End();
         return buffer;
     } catch (const V4L2::GrabBufferIndexError&) {
         throw;

@@ -16,6 +16,8 @@ public:
     /// Takes note of one failure. The number of failures that a line is now due for: 1 for the
     /// first with this code, then at most once a second all those since the last line; else 0.
     std::uint64_t Note(int code, Clock::time_point now) noexcept;
+    /// What was tried went well: the next failure is a first one.
+    void End() noexcept { m_code = kNone; }
 
 private:
     static constexpr int kNone = -1;

@@ -169,6 +169,15 @@ TEST_F(FrameWaitTest, ClosedDescriptorIsAFailingWait)
                 testing::EndsWith(" select failed (9, Bad file descriptor)\n"));
 }
 
+TEST_F(FrameWaitTest, OnlyFailuresInARowAreThinnedOut)
+{
+    testing::internal::CaptureStderr();
+    for (const int answer : {EIO, EIO, kFrame, EIO, EAGAIN, EIO})
+        PassRound(wait, answer);
+    const std::string trace = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(std::count(trace.begin(), trace.end(), '\n'), 2) << trace;
+}
+
 TEST(RepeatedFailure, LineIsDueAtOnceThenOnceASecondWithTheCount)
 {
     using std::chrono::milliseconds;
