@@ -47,25 +47,6 @@ struct Avx2 {
         return {evenBytes(load(from)), evenBytes(load(from + 64))};
     }
 
-    static void split(const std::uint8_t* from, std::uint8_t* lumaTo,
-                      std::uint8_t* chromaTo) noexcept
-    {
-        store(lumaTo, luma(from));
-        store(chromaTo, chroma(from));
-    }
-
-    static void prefetch(std::uintptr_t address) noexcept
-    {
-        // NOLINTNEXTLINE(performance-no-int-to-ptr)
-        _mm_prefetch(reinterpret_cast<const char*>(address), _MM_HINT_T0);
-    }
-
-    static void prefetchFar(std::uintptr_t address) noexcept
-    {
-        // NOLINTNEXTLINE(performance-no-int-to-ptr)
-        _mm_prefetch(reinterpret_cast<const char*>(address), _MM_HINT_T1);
-    }
-
     static void fence() noexcept { _mm_sfence(); }
 
 private:

@@ -17,10 +17,23 @@ constexpr std::size_t kLine = 64;
 //   load, store     at any address
 //   stream          non-temporal, at the start of a line
 //   luma, chroma    the odd and the even ones of 128 bytes
-//   prefetch        into the first-level cache
-//   prefetchFar     into the second-level cache
 //   fence           behind the last non-temporal store
-// kUnroll is the number of blocks of one plane that are written at a time.
+// kBlock is the pixels of a block, kUnroll the number of blocks of one plane that are written at a
+// time.
+
+// The address may lie behind the source, where a pointer must not point.
+inline void prefetch(std::uintptr_t address) noexcept
+{
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
+    __builtin_prefetch(reinterpret_cast<const void*>(address), 0, 3);
+}
+
+// Into the second-level cache alone.
+inline void prefetchFar(std::uintptr_t address) noexcept
+{
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
+    __builtin_prefetch(reinterpret_cast<const void*>(address), 0, 2);
+}
 
 // Several pages side by side: reads and look-ups of addresses overlap.
 template <typename Kit>
@@ -33,8 +46,8 @@ void copyPages(const std::uint8_t* source, std::uint8_t* destination, std::size_
             const std::uint8_t* from = source + page * kPage + offset;
             std::uint8_t* to = destination + page * kPage + offset;
             const auto ahead = reinterpret_cast<std::uintptr_t>(from) + kStep;
-            Kit::prefetch(ahead);
-            Kit::prefetch(ahead + kLine);
+            prefetch(ahead);
+            prefetch(ahead + kLine);
             const typename Kit::Block first = Kit::load(from);
             const typename Kit::Block second = Kit::load(from + kLine);
             Kit::stream(to, first);
@@ -140,12 +153,11 @@ void streamRest(const Middle& middle, std::size_t first) noexcept
 }
 
 // Two pages or so ahead: further than the processor looks by itself.
-template <typename Kit>
-void prefetchLines(const std::uint8_t* source, std::size_t count) noexcept
+inline void prefetchLines(const std::uint8_t* source, std::size_t count) noexcept
 {
     constexpr std::uintptr_t kDistance = 8192;
     for (std::size_t i = 0; i < count; ++i)
-        Kit::prefetchFar(reinterpret_cast<std::uintptr_t>(source) + i * kLine + kDistance);
+        prefetchFar(reinterpret_cast<std::uintptr_t>(source) + i * kLine + kDistance);
 }
 
 // Reads before it writes: the writes wait for their lines' buffers, and reads behind them do too.
@@ -155,8 +167,8 @@ void streamBlocks(const Middle& even, const Middle& luma, const Middle& chroma,
 {
     constexpr std::size_t kCount = Kit::kUnroll;
     typename Kit::Block blocks[3 * kCount];
-    prefetchLines<Kit>(even.source + first * kLine, kCount);
-    prefetchLines<Kit>(luma.source + first * 2 * kLine, 2 * kCount);
+    prefetchLines(even.source + first * kLine, kCount);
+    prefetchLines(luma.source + first * 2 * kLine, 2 * kCount);
     for (std::size_t i = 0; i < kCount; ++i) {
         blocks[i] = Plain<Kit>::take(even.source + (first + i) * kLine);
         blocks[kCount + i] = Luma<Kit>::take(luma.source + (first + i) * 2 * kLine);
@@ -201,10 +213,21 @@ void convertYuv420Streamed(const std::uint8_t* source, std::uint8_t* destination
     chromaPlane.Finish();
 }
 
+// A kit for the conversion in blocks.
+template <typename Kit>
+struct Splitting : Kit {
+    static void split(const std::uint8_t* from, std::uint8_t* lumaTo,
+                      std::uint8_t* chromaTo) noexcept
+    {
+        Kit::store(lumaTo, Kit::luma(from));
+        Kit::store(chromaTo, Kit::chroma(from));
+    }
+};
+
 template <typename Kit>
 constexpr FrameKernels makeStreamingKernels(const char* name) noexcept
 {
-    return {name, convertYuv420<Kit>, copyStreamed<Kit>, convertYuv420Streamed<Kit>};
+    return {name, convertYuv420<Splitting<Kit>>, copyStreamed<Kit>, convertYuv420Streamed<Kit>};
 }
 
 } // namespace
