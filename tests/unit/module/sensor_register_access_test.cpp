@@ -91,6 +91,22 @@ TEST_F(SensorRegisterAccessTest, EngineBusyBeyondASecondFails)
     EXPECT_THAT(takeIspTransfers(), Each(Not(HasSubstr("w "))));
 }
 
+TEST_F(SensorRegisterAccessTest, EveryFailedTransferIsPassedOn)
+{
+    for (const Use& use : {read, write}) {
+        const std::uint64_t begin = camera.TransferCount();
+        use();
+        const std::uint64_t count = camera.TransferCount() - begin;
+        for (std::uint64_t n = 1; n <= count; ++n) {
+            const std::uint64_t last = camera.TransferCount() + n;
+            failTransfer(n);
+            EXPECT_THAT(errorOf(use), HasSubstr("Remote I/O error"));
+            EXPECT_EQ(camera.TransferCount(), last) << "nothing behind the failure";
+        }
+    }
+    EXPECT_EQ(sensor.ReadSensorReg(kControl), 0x55AA);
+}
+
 TEST_F(SensorRegisterAccessTest, LogsValuesInHexadecimal)
 {
     const auto use = [this] {

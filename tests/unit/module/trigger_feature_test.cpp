@@ -208,6 +208,17 @@ TEST_F(TriggerFeatureTest, LogsConfigurations)
                                       "ExecuteSoftwareTrigger(FrameEnd)"}));
 }
 
+TEST_F(TriggerFeatureTest, BusySensorEngineFailsStartAndStop)
+{
+    configure(Source::DigitalIoLine);
+    const FixedRegisters busy(*this, {{0x60AC, 0x0001}});
+    for (const Use& use : {start, stop}) {
+        EXPECT_THAT(stderrOf([&] { EXPECT_EQ(errorOf(use), "Cannot read sensor register"); }),
+                    hasLines("[000000] ERROR: ",
+                             {"ReadSensorReg(0x301a) Timeout 1, waiting for DMA idle"}));
+    }
+}
+
 // The module hands triggers on: armed before the stream runs, taken back behind its stall.
 TEST_F(IdleTest, TriggersFrameTheRunOfTheStream)
 {

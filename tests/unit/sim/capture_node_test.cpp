@@ -1,3 +1,5 @@
+#include <atomic>
+#include <csignal>
 #include <optional>
 #include <thread>
 
@@ -272,6 +274,29 @@ TEST(Streaming, WaitingDequeueEndsWithTheStream)
     std::thread waiter([&] { EXPECT_EQ(program.Dequeue(), -EINVAL); });
     EXPECT_EQ(program.Stream(false), 0);
     waiter.join();
+}
+
+TEST(Streaming, SignalEndsAWaitingDequeue)
+{
+    TestBoard board("board=imx8mm", Pace::AsTaken);
+    Program program(*board, kVideo, O_RDWR);
+    ASSERT_EQ(program.Start(), 0);
+    struct sigaction action {
+    };
+    struct sigaction before;
+    action.sa_handler = [](int) {};
+    sigaction(SIGUSR1, &action, &before);
+    std::atomic<bool> isOver{false};
+    std::thread waiter([&] {
+        EXPECT_EQ(program.Dequeue(), -EINTR);
+        isOver = true;
+    });
+    while (!isOver) {
+        pthread_kill(waiter.native_handle(), SIGUSR1);
+        std::this_thread::yield();
+    }
+    waiter.join();
+    sigaction(SIGUSR1, &before, nullptr);
 }
 
 } // namespace

@@ -100,7 +100,9 @@ TEST_F(Devices, ClosingPastTheBoardFreesTheNode)
     EXPECT_EQ(NodeCalls(fd).Request(2) | NodeCalls(fd).Request(0), 0);
     const int reused = open("/dev/null", O_RDWR);
     EXPECT_EQ(reused, other);
-    EXPECT_EQ(NodeCalls(reused).Request(2), -1) << "no node any more";
+    EXPECT_EQ(NodeCalls(reused).Request(2), -1);
+    // An emulator doesn't pass on a request that it doesn't know.
+    EXPECT_TRUE(errno == ENOTTY || errno == ENOSYS) << errno;
     close(reused);
 }
 
