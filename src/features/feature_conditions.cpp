@@ -8,14 +8,23 @@ namespace GenTLProducer
 namespace
 {
 
-void Update(FeatureContext& context, const RegisterRow& row)
+enum class Extent : std::uint8_t { All, Streaming };
+
+void update(FeatureContext& context, Extent extent)
 {
-    const Condition& condition = row.behaviour.condition;
-    if (condition.holds == nullptr)
-        return;
-    const bool holds = condition.holds(context);
-    context.registers.set(condition.target, condition.flag, holds);
-    context.registers.show(row.key, holds);
+    for (const RegisterRow& row : DeviceRegisterRows()) {
+        const Role role = row.behaviour.role;
+        const Condition& condition = row.behaviour.condition;
+        if (role == Role::Feature || role == Role::Live)
+            context.registers.set(row.key, RegisterFlag::Unchecked, context.isStreaming);
+        const bool isOfStreaming =
+            condition.holds == IsStreaming || condition.holds == IsNotStreaming;
+        if (condition.holds == nullptr || (extent == Extent::Streaming && !isOfStreaming))
+            continue;
+        const bool holds = condition.holds(context);
+        context.registers.set(condition.target, condition.flag, holds);
+        context.registers.show(row.key, holds);
+    }
 }
 
 } // namespace
@@ -82,21 +91,12 @@ bool HasAutomaticBalance(const FeatureContext& context)
 
 void UpdateConditions(FeatureContext& context)
 {
-    UpdateStreamingConditions(context);
-    for (const RegisterRow& row : DeviceRegisterRows())
-        Update(context, row);
+    update(context, Extent::All);
 }
 
 void UpdateStreamingConditions(FeatureContext& context)
 {
-    for (const RegisterRow& row : DeviceRegisterRows()) {
-        const Role role = row.behaviour.role;
-        const auto holds = row.behaviour.condition.holds;
-        if (role == Role::Feature || role == Role::Live)
-            context.registers.set(row.key, RegisterFlag::Unchecked, context.isStreaming);
-        if (holds == IsStreaming || holds == IsNotStreaming)
-            Update(context, row);
-    }
+    update(context, Extent::Streaming);
 }
 
 } // namespace GenTLProducer

@@ -78,8 +78,8 @@ GC_ERROR CopyChildId(const ChildList<Child>& list, std::uint32_t iIndex, char* s
 template <typename Child>
 void CloseChild(ChildEntry<Child>& entry)
 {
-    const boost::shared_ptr<Child> module = std::move(entry.module);
-    entry.module.reset();
+    boost::shared_ptr<Child> module;
+    module.swap(entry.module);
     module->Close();
 }
 
